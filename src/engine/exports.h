@@ -1,0 +1,24 @@
+/// The open engine behind the audio library's interface.
+#pragma once
+
+#include <cstdint>
+
+#include "audio/bass.h"
+#include "engine/encoder.h"
+
+namespace vexolo::engine {
+
+/// The engine's functions. Valid for the whole run.
+const bass::Api& EngineApi();
+
+/// How processes are started for BASS_Encode_Start; without a starter such calls fail with 37.
+/// To be set before the first stream.
+void SetProcessStarter(ProcessStarter starter);
+
+/// True while sound goes nowhere because the machine has no sound device.
+bool OutputIsSilent();
+
+/// Output blocks that came too late since BASS_Init.
+std::uint64_t LateBlocks();
+
+}  // namespace vexolo::engine

@@ -1,0 +1,52 @@
+/// A SoundFont 2 bank: loading, information, presets.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vexolo::engine {
+
+class SoundFontSynth;
+
+/// What the bank says of itself (RIFF INFO list).
+struct SoundFontInfo {
+  std::string name;
+  std::string copyright;
+  std::string comment;
+  std::uint32_t presets = 0;       ///< number of presets
+  std::uint32_t sample_bytes = 0;  ///< size of the sample data
+};
+
+/// A loaded bank, shared by every stream that plays it. All but `volume` is immutable.
+///
+/// Loading takes long (the samples are read): call it off the window thread. The file is checked
+/// for its form (sound_font_check.h) before the synthesiser's own reader sees it.
+class SoundFont {
+ public:
+  enum class Error { kNone, kOpen, kFormat };
+
+  /// Null on failure; `error` then says why. The path is UTF-8.
+  static std::shared_ptr<SoundFont> Load(const std::string& path, Error* error);
+  virtual ~SoundFont() = default;
+
+  virtual const SoundFontInfo& info() const = 0;
+
+  /// Name of a preset, null where the bank has none. Bank 128 = drum kits.
+  virtual const char* PresetName(int preset, int bank) const = 0;
+
+  /// A synthesiser that plays this bank (and keeps it alive). Takes some milliseconds; a spare made
+  /// beforehand by Prepare is handed out at once. Null where memory runs out.
+  virtual std::unique_ptr<SoundFontSynth> CreateSynth() = 0;
+
+  /// Makes a spare synthesiser where there is none. Any thread but the mixing one.
+  virtual void Prepare() = 0;
+
+  /// Linear output volume, 1.0 = normal. Read by the mixing threads.
+  std::atomic<float> volume{1.0f};
+};
+
+}  // namespace vexolo::engine

@@ -1,0 +1,59 @@
+/// The synthesiser: channel events in, sixteen dry stereo channels out.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace vexolo::engine {
+
+inline constexpr int kChannels = 16;
+inline constexpr int kMaxBlock = 512;  ///< frames rendered at once, at most
+
+/// One block of the sixteen dry channels.
+struct DryBlock {
+  alignas(64) std::array<std::array<float, kMaxBlock>, kChannels> left;
+  alignas(64) std::array<std::array<float, kMaxBlock>, kChannels> right;
+};
+
+/// Plays one bank. The seam where another renderer can stand: nothing of the present one shows
+/// here.
+///
+/// One thread at a time. Nothing here allocates, locks or touches a file, so that the mixing thread
+/// may call it all. Channels 0..15, data bytes 0..127; the caller keeps to that.
+class SoundFontSynth {
+ public:
+  virtual ~SoundFontSynth() = default;
+
+  virtual void NoteOn(int channel, int key, int velocity) = 0;
+  virtual void NoteOff(int channel, int key) = 0;
+  virtual void KeyPressure(int channel, int key, int value) = 0;
+  virtual void ChannelPressure(int channel, int value) = 0;
+
+  /// Any controller but bank select (0, 32), the effect sends (91, 93) and the channel mode
+  /// messages (120..127): they have operations of their own or belong to the console.
+  virtual void Controller(int channel, int controller, int value) = 0;
+  virtual void PitchWheel(int channel, int value) = 0;  ///< 0..16383, 8192 = centre
+
+  /// The preset that new notes use. Where the bank lacks it: the same program of bank 0, of a drum
+  /// channel the standard kit; else the channel stays silent.
+  virtual void Preset(int channel, int bank, int program, bool drums) = 0;
+
+  virtual void AllNotesOff(int channel) = 0;  ///< releases, as if every key went up
+  virtual void AllSoundOff(int channel) = 0;  ///< silences at once (a few milliseconds' ramp)
+
+  /// Every channel as after power-on and no note sounding; presets stay as they are.
+  virtual void Reset() = 0;
+
+  /// Renders `frames` (1..kMaxBlock) frames, overwriting `block`. Events take effect at the next
+  /// boundary of an inner grid of 64 frames that runs from creation (or Reset) on, so that the
+  /// sound does not depend on how a run is cut into blocks.
+  virtual void Render(DryBlock& block, int frames) = 0;
+
+  /// Voices that still sound.
+  virtual int ActiveVoices() const = 0;
+
+  /// Whether a channel's part of the block that was rendered last may hold anything but zeros.
+  virtual bool Audible(int channel) const = 0;
+};
+
+}  // namespace vexolo::engine
