@@ -166,11 +166,10 @@ struct BASS_MIDI_EVENT {
   DWORD pos;  ///< bytes
 };
 
-using SYNCPROC = void(BASS_CALLBACK)(HSYNC sync, DWORD channel, DWORD data, void* user);
-using DSPPROC = void(BASS_CALLBACK)(HDSP dsp, DWORD channel, void* buffer, DWORD length,
-                                    void* user);
-using ENCODEPROC = void(BASS_CALLBACK)(HENCODE encoder, DWORD channel, const void* buffer,
-                                       DWORD length, void* user);
+using SYNCPROC = void BASS_CALLBACK(HSYNC sync, DWORD channel, DWORD data, void* user);
+using DSPPROC = void BASS_CALLBACK(HDSP dsp, DWORD channel, void* buffer, DWORD length, void* user);
+using ENCODEPROC = void BASS_CALLBACK(HENCODE encoder, DWORD channel, const void* buffer,
+                                      DWORD length, void* user);
 
 /// The functions of the library and its two add-ons, under their own names.
 struct Api {
