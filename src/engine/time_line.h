@@ -32,20 +32,26 @@ class TimeLine {
  public:
   /// `division` as in the file's header: ticks per quarter note, or the SMPTE form (bit 15 set), in
   /// which tempo changes do not move time. `changes` in ascending tick order; a later one at the
-  /// same tick wins. A division that means nothing (0, or SMPTE with 0) counts as 96.
+  /// same tick wins. A division that means nothing counts as 96 ticks per
+  /// quarter note.
   TimeLine(std::uint16_t division, std::vector<TempoChange> changes);
+
+  /// Whether a header's division means something: not 0, or SMPTE with 24, 25, 29 ("drop frame", 30
+  /// in 1.001 seconds) or 30 frames a second and at least one tick a frame.
+  static bool IsDivision(std::uint16_t division);
 
   /// The file's tempo in force at a tick, its own events there included.
   std::uint32_t TempoAt(std::uint32_t tick) const;
 
-  /// First frame at or after the tick's moment.
+  /// First frame at or after the tick's moment (2^64 - 1 at most).
   std::uint64_t FrameOfTick(std::uint32_t tick, TempoRatio ratio) const;
 
   /// The greatest tick whose frame is not after `frame` (2^32 - 1 at most).
   std::uint32_t TickOfFrame(std::uint64_t frame, TempoRatio ratio) const;
 
   /// The same musical place under another ratio. Keeps the tick that TickOfFrame tells, wherever a
-  /// tick is at least one frame long under both ratios.
+  /// tick is at least one frame long under both ratios; a tick's first frame leads to its first
+  /// frame, and between two ticks the order of places stays.
   std::uint64_t Rescale(std::uint64_t frame, TempoRatio from, TempoRatio to) const;
 
  private:
