@@ -11,8 +11,9 @@ namespace vexolo::engine {
 /// group; 2n backslashes before a quote give n backslashes and the quote acts, 2n+1 give n and a
 /// literal quote; backslashes elsewhere stand for themselves; inside a group a doubled quote is one
 /// literal quote and the group goes on. The first argument (the program) knows no escapes: it ends
-/// at its closing quote, or at the first blank. Source: the public description of argument parsing
-/// in the Windows C runtime's documentation.
+/// at its closing quote, or at the first blank. Blanks before it are passed over; a group that is
+/// never closed ends with the line; an empty line gives no arguments. Source: the public
+/// description of argument parsing in the Windows C runtime's documentation.
 std::vector<std::string> SplitCommandLine(std::string_view line);
 
 }  // namespace vexolo::engine
