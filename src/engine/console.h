@@ -86,7 +86,7 @@ class Console {
 
 /// Turns one block into the output format: interleaved 16-bit, rounded to nearest (halves to even).
 /// Up to -1 dBFS the samples pass unchanged; above, a smooth curve bends them so that they never
-/// reach full scale, however loud the input (NaN counts as 0).
+/// reach full scale, however loud the input: its ceiling is +-32766 of 32768 (NaN counts as 0).
 void LimitTo16Bit(const float* left, const float* right, std::int16_t* out, int frames);
 
 }  // namespace vexolo::engine
