@@ -292,7 +292,7 @@ struct FakeBassFunctions {
       stream->position = Scaled(stream->position, 1 / stream->ratio);
       stream->ratio = 1;
     }
-    if (!stream->song.chase_on_seek) return;
+    if (!stream->song.chase_on_seek || !std::exchange(stream->values_changed, false)) return;
     for (const auto& [key, value] : StartValues(stream->song)) {
       if (key.second == MIDI_EVENT_MIXLEVEL || key.second == MIDI_EVENT_TRANSPOSE) continue;
       stream->values[key] = value;
@@ -453,6 +453,7 @@ struct FakeBassFunctions {
         stream->position = Scaled(tick_bytes, stream->ratio);
       }
       stream->values[ValueKey(chan, event)] = param;
+      stream->values_changed = true;
       fake->Record(call);
     }
     if (fake->on_stream_event) fake->on_stream_event(call);
@@ -684,6 +685,7 @@ HSOUNDFONT FakeBass::AddFont(const Font& of) {
 void FakeBass::SetValue(HSTREAM handle, DWORD chan, DWORD event, DWORD value) {
   std::lock_guard lock(mutex_);
   stream(handle).values[ValueKey(chan, event)] = value;
+  stream(handle).values_changed = true;
 }
 
 DWORD FakeBass::Value(HSTREAM handle, DWORD chan, DWORD event) {

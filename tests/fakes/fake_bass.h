@@ -167,7 +167,9 @@ class FakeBass {
     bass::DWORD level = 0;  ///< what GetLevel answers
     double ratio = 1;
     bool ended = false;  ///< the end sync has come
+    /// Change them through SetValue, so that a seek knows there is something to put back.
     std::map<std::pair<bass::DWORD, bass::DWORD>, bass::DWORD> values;
+    bool values_changed = false;
     std::vector<Sync> syncs;
     std::vector<Dsp> dsps;  ///< in calling order
     std::vector<bass::BASS_MIDI_FONT> fonts;
