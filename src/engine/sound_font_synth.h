@@ -15,7 +15,11 @@ struct DryBlock {
   alignas(64) std::array<std::array<float, kMaxBlock>, kChannels> right;
 };
 
-/// Plays one bank. The seam where another renderer can stand: nothing of the present one shows
+/// Plays one bank, up to 512 voices at once; beyond, the least important ones end early. One voice
+/// at full velocity and volume reaches half of full scale (1.0), and many voices add up without
+/// limit. The wheel's range is exact: 2 semitones, or what registered parameter 0 sets.
+///
+/// The seam where another renderer can stand: nothing of the present one shows
 /// here.
 ///
 /// One thread at a time. Nothing here allocates, locks or touches a file, so that the mixing thread
@@ -41,7 +45,10 @@ class SoundFontSynth {
   virtual void AllNotesOff(int channel) = 0;  ///< releases, as if every key went up
   virtual void AllSoundOff(int channel) = 0;  ///< silences at once (a few milliseconds' ramp)
 
-  /// Every channel as after power-on and no note sounding; presets stay as they are.
+  /// Every channel as after power-on and no note sounding; presets stay as they are. Cuts what
+  /// sounds without a ramp. A note played afterwards may differ in its first 64 frames from one of
+  /// a new synthesiser (a voice that has played before begins at its old place between the
+  /// speakers).
   virtual void Reset() = 0;
 
   /// Renders `frames` (1..kMaxBlock) frames, overwriting `block`. Events take effect at the next
