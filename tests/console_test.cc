@@ -28,26 +28,6 @@ using testing::Rms;
 using testing::Sine;
 using testing::Sound;
 
-/// Says which channels sound; the tests write the block themselves.
-class Voices : public SoundFontSynth {
- public:
-  void NoteOn(int, int, int) override {}
-  void NoteOff(int, int) override {}
-  void KeyPressure(int, int, int) override {}
-  void ChannelPressure(int, int) override {}
-  void Controller(int, int, int) override {}
-  void PitchWheel(int, int) override {}
-  void Preset(int, int, int, bool) override {}
-  void AllNotesOff(int) override {}
-  void AllSoundOff(int) override {}
-  void Reset() override {}
-  void Render(DryBlock&, int) override {}
-  int ActiveVoices() const override { return 0; }
-  bool Audible(int channel) const override { return audible[channel]; }
-
-  std::array<bool, kChannels> audible{};
-};
-
 /// A console and what it is fed with.
 class Desk {
  public:
@@ -60,15 +40,14 @@ class Desk {
 
   Console& operator*() { return console_; }
   Console* operator->() { return &console_; }
-  Voices& voices() { return voices_; }
 
   /// Plays `in` on each of the channels; every one but the first turned in phase by its place, so
   /// that no two carry the same.
   Sound Play(const Sound& in, const std::vector<int>& channels, const std::vector<int>& blocks,
              const std::function<void(int)>& before_block = {}) {
     Sound out(in.frames());
-    voices_.audible.fill(false);
-    for (const int channel : channels) voices_.audible[channel] = true;
+    audible_ = 0;
+    for (const int channel : channels) audible_ |= 1U << channel;
     int done = 0;
     for (const int frames : blocks) {
       if (before_block) before_block(done);
@@ -79,7 +58,7 @@ class Desk {
           block_->right[channel][i] = in.right[at];
         }
       }
-      console_.Process(*block_, voices_, out.left.data() + done, out.right.data() + done, frames);
+      console_.Process(*block_, audible_, out.left.data() + done, out.right.data() + done, frames);
       done += frames;
     }
     return out;
@@ -98,7 +77,7 @@ class Desk {
 
  private:
   Console console_;
-  Voices voices_;
+  std::uint32_t audible_ = 0;
   std::unique_ptr<DryBlock> block_;
 };
 

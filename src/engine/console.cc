@@ -184,7 +184,7 @@ void Console::Silence() {
   parts_->chorus.Silence();
 }
 
-void Console::Process(const DryBlock& dry, const SoundFontSynth& synth, float* left, float* right,
+void Console::Process(const DryBlock& dry, std::uint32_t audible, float* left, float* right,
                       int frames) {
   assert(frames <= kMaxBlock);
   const FlushDenormals guard;
@@ -194,7 +194,7 @@ void Console::Process(const DryBlock& dry, const SoundFontSynth& synth, float* l
   parts.chorus_send.Clear(frames);
   for (int channel = 0; channel < kChannels; ++channel) {
     Strip& strip = parts.strips[channel];
-    if (synth.Audible(channel) && !strip.Silent()) {
+    if ((audible >> channel & 1) != 0 && !strip.Silent()) {
       parts.AddStrip(strip, dry.left[channel].data(), dry.right[channel].data(), frames);
     } else {
       strip.Advance(frames);

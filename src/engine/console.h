@@ -71,9 +71,8 @@ class Console {
   void Silence();
 
   /// Mixes `frames` frames into `left` and `right` (overwritten, full scale = 1.0, not limited).
-  /// Channels that the synthesiser calls inaudible are passed over.
-  void Process(const DryBlock& dry, const SoundFontSynth& synth, float* left, float* right,
-               int frames);
+  /// Bit n of `audible` set: channel n may hold more than zeros; the others are passed over.
+  void Process(const DryBlock& dry, std::uint32_t audible, float* left, float* right, int frames);
 
   /// Whether what the effects still hold stays below -90 dBFS: the decay after a song is over once
   /// this is so and no voice sounds.
