@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/sound_font_synth.h"
+#include "small_bank.h"
 
 namespace vexolo::engine {
 namespace {
@@ -167,6 +168,40 @@ TEST_F(SoundFontTest, ThreadsMayLoadAndMakeAtOnce) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_GT(loudest[0], 0.01f);
   EXPECT_THAT(loudest, testing::Each(loudest[0]));
+}
+
+TEST_F(SoundFontTest, PlaysABankOfOneWave) {
+  SoundFont::Error error;
+  const auto font = SoundFont::Load(Write(SmallBank().Bytes()), &error);
+  ASSERT_NE(font, nullptr);
+  EXPECT_EQ(font->info().name, "Small");
+  EXPECT_EQ(font->info().copyright, "Nobody");
+  EXPECT_EQ(font->info().comment, "One wave");
+  EXPECT_EQ(font->info().presets, 1u);
+  EXPECT_STREQ(font->PresetName(5, 3), "Square");
+  EXPECT_EQ(font->PresetName(5, 0), nullptr);
+  const auto synth = font->CreateSynth();
+  synth->NoteOn(0, 60, 127);  // no preset 0 in any bank: the channel is silent
+  EXPECT_EQ(Loudest(*synth), 0.0f);
+  synth->Preset(0, 3, 5, false);
+  synth->NoteOn(0, 60, 127);
+  EXPECT_GT(Loudest(*synth), 0.05f);
+}
+
+TEST_F(SoundFontTest, AChannelWithoutPresetIgnoresNotes) {
+  SoundFont::Error error;
+  const auto font = SoundFont::Load(Write(SmallBank().Bytes()), &error);
+  ASSERT_NE(font, nullptr);
+  const auto synth = font->CreateSynth();
+  synth->Preset(0, 3, 5, false);
+  synth->Preset(0, 3, 6, false);
+  synth->NoteOn(0, 60, 127);
+  EXPECT_EQ(Loudest(*synth), 0.0f);
+  EXPECT_FALSE(synth->Audible(0));
+  EXPECT_EQ(synth->ActiveVoices(), 0);
+  synth->Reset();
+  synth->NoteOn(0, 60, 127);
+  EXPECT_EQ(Loudest(*synth), 0.0f);
 }
 
 }  // namespace

@@ -243,7 +243,6 @@ class LevelCheck {
   /// The zones of one header, up to the next header's first.
   bool CheckZones(std::uint32_t end, std::uint64_t* sum) {
     if (end < bag_) return false;
-    int without_target = 0;
     for (; bag_ < end; ++bag_) {
       const std::uint8_t* next = bags_.Next();
       if (next == nullptr) return false;
@@ -252,13 +251,11 @@ class LevelCheck {
       modulator_ = modulator;
       int target = kNoTarget;
       if (!CheckGenerators(Word(next), &target)) return false;
-      if (target == kNoTarget) {
-        ++without_target;
-      } else {
+      if (target != kNoTarget) {
         *sum += weights_.empty() ? 1 : weights_[static_cast<std::uint32_t>(target)];
       }
     }
-    return without_target <= kMaxGlobalZones;
+    return true;
   }
 
   /// The generators of one zone; `target` is what the zone plays.
@@ -282,7 +279,6 @@ class LevelCheck {
   }
 
   static constexpr int kNoTarget = -1;
-  static constexpr int kMaxGlobalZones = 1;
 
   const Tables& tables_;
   const Level& level_;
