@@ -20,19 +20,25 @@ class OutputDevice {
   static std::unique_ptr<OutputDevice> Create(bool want_device, RenderProc render, void* user);
   virtual ~OutputDevice() = default;  ///< stops; afterwards the procedure is not called again
 
-  /// Starts the calls (again). Where the silent clock runs because a device vanished or none was
-  /// there, and a device was wanted, the device is tried again first. False never happens for want
-  /// of a device.
+  /// Starts the calls (again); may take as long as opening a device does. Where the silent clock
+  /// runs because a device vanished or none was there, and a device was wanted, the device is tried
+  /// again first. False never happens for want of a device.
   virtual bool Start() = 0;
-  /// Stops the calls once what is queued has played out; returns at once.
+  /// No further calls (one that is under way ends); what is queued plays out. Returns at once and
+  /// neither locks nor allocates, so that the render procedure may call it too.
   virtual void Stop() = 0;
 
   /// The silent clock is running in place of a device (also when it was asked for).
   virtual bool IsSilent() const = 0;
 
   /// Frames handed over by the procedure and not heard yet, estimated between two blocks from the
-  /// time that has passed. Any thread.
+  /// time that has passed. A block counts once its call has returned. Any thread, without a lock.
   virtual std::uint32_t QueuedFrames() const = 0;
+
+  /// Of all frames that the procedure was asked for since Create, counted from 0 in the order of
+  /// the calls, how many have been heard: estimated in the same way, never runs back, and does not
+  /// depend on whether a call is under way. Any thread, without a lock.
+  virtual std::uint64_t HeardFrames() const = 0;
 
   /// Blocks that came too late since Create: the device ran dry, or the clock had to skip.
   virtual std::uint64_t LateBlocks() const = 0;
