@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <ostream>
 
 #include "platform/file_io.h"
+#include "platform/paths.h"
 #include "platform/text_encoding.h"
 
 namespace vexolo {
@@ -444,8 +444,7 @@ void MidiDump::DumpLine(std::string_view text) {
   }
   if (!listing_open()) {
     const std::string path(text);
-    const std::u8string utf8(path.begin(), path.end());
-    listing_.open(std::filesystem::path(utf8 + u8".txt"), std::ios::binary | std::ios::trunc);
+    listing_.open(ToNativePath(path + ".txt"), std::ios::binary | std::ios::trunc);
     listing_ << PathLine(path) << kLineEnd;
     return;
   }
