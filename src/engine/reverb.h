@@ -10,7 +10,8 @@
 
 namespace vexolo::engine {
 
-/// Band limiting, a delay, all-pass diffusion and a feedback network of sixteen delay lines.
+/// Band limiting, a delay, a dozen first reflections on each side, all-pass diffusion and a
+/// feedback network of sixteen delay lines.
 ///
 /// The lines are mixed by a Hadamard matrix (J.-M. Jot, A. Chaigne: "Digital delay networks for
 /// designing artificial reverberators", AES 90, 1991) behind slowly turning plane rotations, which
@@ -18,8 +19,8 @@ namespace vexolo::engine {
 /// matrices in feedback delay networks", JASA 138, 2015). A line of n frames loses
 /// 60 dB * n / (time * rate), so that all frequencies decay alike.
 ///
-/// White noise comes out about 6 dB below its level at 1800 ms, from 8 dB below (10 ms) to 3 dB
-/// below (20 s). Setters take effect over a ramp; one thread at a time; nothing allocates after
+/// White noise comes out 6 dB below its level at 1800 ms, from 7 dB below (10 ms) to 4 dB below
+/// (20 s). Setters take effect over a ramp; one thread at a time; nothing allocates after
 /// construction.
 class Reverb {
  public:
@@ -46,9 +47,11 @@ class Reverb {
  private:
   static constexpr int kLines = 16;
   static constexpr int kDiffusers = 4;  // on each side
+  static constexpr int kEarly = 12;     // first reflections on each side
   static constexpr int kRotations = 4;  // each turns two pairs of lines
-  static constexpr int kHistory = 142;  // cells: the longest delay and one more
+  static constexpr int kHistory = 157;  // cells: longest delay, last first reflection, one more
   static constexpr int kDelayMask = 16383;
+  static constexpr int kEarlyMask = 2047;
 
   using Cell = std::array<float, kCell>;
   using Stereo = std::array<Cell, 2>;
@@ -83,6 +86,7 @@ class Reverb {
   void EndPart(int frames);
   void Delay(Stereo& signal, int frames);
   void ReadDelay(int delay, Stereo& out, int frames) const;
+  void Reflect(int side, const Cell& in, float* out, int frames);
   void Diffuse(int side, const Cell& in, Cell& out, int frames);
   void Rotate(int frames);
   void UpdateRotations();
@@ -93,11 +97,12 @@ class Reverb {
   std::array<Line, kLines> lines_;
   std::array<std::array<Line, kDiffusers>, 2> diffusers_;
   std::array<std::vector<float>, 2> delay_line_;
+  std::array<std::vector<float>, 2> early_line_;
 
   float time_ = 0.0F;
   std::array<Ramp, kLines> line_gain_;
   std::array<std::array<Ramp, kDiffusers>, 2> diffuser_gain_;
-  Ramp plain_gain_;     // of the first reflection
+  std::array<std::array<Ramp, kEarly>, 2> early_gain_;
   Ramp diffused_gain_;  // of what went through the diffusers
   Ramp level_;
 
@@ -112,7 +117,7 @@ class Reverb {
   bool resting_ = true;
   int cell_position_ = 0;
   std::uint32_t cells_ = 0;  // since Silence; drives the rotations
-  int write_ = 0;            // into the delay line
+  int write_ = 0;            // into the delay line and, masked, the early line
   PeakHistory<kHistory> written_;
 
   std::array<float, kRotations> cos_, cos_step_, sin_, sin_step_;  // over the present cell
