@@ -1,0 +1,48 @@
+# make run      opens the program with the demo song (SONG=path for another); without a display it
+#               converts the song and says where the file is
+# make test     builds and runs every test
+# make bench    side by side with other renderers and encoders
+# make fuzz     fuzzes every reader of bytes from outside (MINUTES=5 each)
+# make format   puts the sources into the house style
+# make install  installs to PREFIX (default /usr/local)
+
+BUILD   ?= build
+SONG    ?= songs/a-la-claire-fontaine.mid
+MINUTES ?= 5
+PREFIX  ?= /usr/local
+JOBS    ?= $(shell nproc)
+BANK    := /usr/share/sounds/sf2/FluidR3_GM.sf2
+SOURCES  = $(shell git ls-files '*.cc' '*.h')
+
+.PHONY: run test bench fuzz format install program
+.DEFAULT_GOAL := run
+
+program:
+	@scripts/install.sh build run
+	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) >$(BUILD).log 2>&1 || { cat $(BUILD).log; exit 1; }
+	@rm -f $(BUILD).log
+	@cmake --build $(BUILD) -j $(JOBS)
+	@test -e $(BUILD)/program/Orvanel.SF2 || ln -sf $(BANK) $(BUILD)/program/Orvanel.SF2
+
+run: program
+	@scripts/run.sh $(BUILD)/program "$(SONG)"
+
+test:
+	@scripts/install.sh build test
+	@$(MAKE) --no-print-directory program
+	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+bench: program
+	@scripts/install.sh bench
+	@python3 bench/run.py $(BUILD)/program
+
+fuzz:
+	@scripts/install.sh build fuzz
+	@scripts/fuzz.sh $(MINUTES)
+
+format:
+	@scripts/install.sh style
+	@clang-format -i $(SOURCES)
+
+install: program
+	@cmake --install $(BUILD) --prefix $(PREFIX)

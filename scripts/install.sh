@@ -1,0 +1,47 @@
+#!/bin/sh
+# Installs what is missing of the packages that the named groups need, and only that.
+# usage: scripts/install.sh GROUP...      groups: build run test bench fuzz style
+set -eu
+
+packages_of() {
+  case "$1" in
+    build) echo "g++ cmake ninja-build pkg-config libfluidsynth-dev librtaudio-dev libvorbis-dev libogg-dev libgtest-dev libgmock-dev" ;;
+    run) echo "fluid-soundfont-gm lame" ;;
+    test) echo "timgm6mb-soundfont fluid-soundfont-gm lame xvfb xauth" ;;
+    bench) echo "fluidsynth timidity fluid-soundfont-gm lame python3" ;;
+    fuzz) echo "clang libclang-rt-14-dev" ;;
+    style) echo "clang-format python3" ;;
+    *) echo "install.sh: no group '$1'" >&2; exit 2 ;;
+  esac
+}
+
+missing=""
+for group in "$@"; do
+  for package in $(packages_of "$group"); do
+    case " $missing " in *" $package "*) continue ;; esac
+    state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing="$missing $package"
+  done
+done
+[ -n "$missing" ] || exit 0
+
+if [ "$(id -u)" != 0 ]; then
+  echo "These packages are missing, and installing them takes root:$missing" >&2
+  echo "Run this as root once: $0 $*" >&2
+  exit 1
+fi
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+export DEBIAN_FRONTEND=noninteractive
+fail() { cat "$log" >&2; echo "install.sh: $1" >&2; exit 1; }
+
+echo "install: reading the list of packages"
+apt-get update >"$log" 2>&1 || fail "the list of packages cannot be read"
+count=0
+total=$(echo $missing | wc -w)
+for package in $missing; do
+  count=$((count + 1))
+  echo "install: $package ($count of $total)"
+  apt-get install -y --no-install-recommends "$package" >"$log" 2>&1 || fail "cannot install $package"
+done
