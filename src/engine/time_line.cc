@@ -55,17 +55,16 @@ Wide Divisor(TempoRatio ratio, std::uint64_t division) {
 
 /// One entry for each tick, the first at tick 0.
 std::vector<TempoChange> Normalized(std::vector<TempoChange> changes) {
-  std::vector<TempoChange> tempos;
-  tempos.reserve(changes.size() + 1);
-  tempos.push_back({0, kDefaultTempo});
-  for (const TempoChange& change : changes) {
-    if (change.tick == tempos.back().tick) {
-      tempos.back() = change;
-    } else {
-      tempos.push_back(change);
-    }
+  if (changes.empty() || changes.front().tick != 0) {
+    changes.insert(changes.begin(), {0, kDefaultTempo});
   }
-  return tempos;
+  auto last = changes.begin();
+  for (const TempoChange& change : changes) {
+    if (change.tick != last->tick) ++last;
+    *last = change;
+  }
+  changes.erase(last + 1, changes.end());
+  return changes;
 }
 
 }  // namespace
