@@ -202,8 +202,9 @@ TEST(MidiFileTest, ImpossibleByteEndsItsTrackOnly) {
       Raw("\x14\xFF\x80\x01\x01"),  // meta type above 127
   };
   for (const std::string& damage : damages) {
-    const auto file = Parse(Header(1, 2, 480) + Track(good + damage + good + kEnd) +
-                            Track(Raw("\x0B\x91\x01\x02")));
+    std::string contents = good;
+    contents.append(damage).append(good).append(kEnd);
+    const auto file = Parse(Header(1, 2, 480) + Track(contents) + Track(Raw("\x0B\x91\x01\x02")));
     ASSERT_TRUE(file);
     EXPECT_THAT(Texts(*file), ElementsAre("10/0 90 3C 64", "11/1 91 01 2"));
     EXPECT_EQ(file->last_tick(), 11u) << "a delta before the damage does not count";
@@ -385,7 +386,9 @@ TEST(MidiFileTest, HeaderMayBeLongerThanSixBytes) {
   EXPECT_TRUE(Parse(Chunk("MThd", values + "more") + track));
   // Lengths that lie.
   for (const std::uint64_t length : {0ull, 4ull, 7ull, 5000ull, 0xFFFFFFFFull}) {
-    const auto file = Parse("MThd" + BigEndian(length, 4) + values + track);
+    std::string song = "MThd";
+    song.append(BigEndian(length, 4)).append(values).append(track);
+    const auto file = Parse(song);
     ASSERT_TRUE(file) << length;
     EXPECT_THAT(Texts(*file), ElementsAre("0/0 90 3C 64")) << length;
   }
@@ -452,7 +455,8 @@ TEST(MidiFileTest, MemoryStaysInProportion) {
        {Raw("\x01\x05"), Raw("\0\xF0\0"), Raw("\0\xFF\x05\0"), Raw("\0\xFF\x51\x03\0\0\x01")}) {
     const std::string track =
         Track(Raw("\x01\xC0\x05") + Repeat(kSize / 2 / smallest.size(), smallest));
-    const std::string song = Header(1, 2, 480) + track + track;
+    std::string song = Header(1, 2, 480);
+    song.append(track).append(track);
     const std::vector<std::uint8_t> bytes(song.begin(), song.end());
     const HeapWatch watch;
     const auto file = MidiFile::Parse(bytes);
