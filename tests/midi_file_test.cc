@@ -290,6 +290,7 @@ TEST(MidiFileTest, DeltasSaturate) {
   EXPECT_THAT(EventsOf(std::string(5000, '\xFF') + Raw("\x7F\xC0\x01")),
               ElementsAre("2147483647/0 C0 01 0"));
   EXPECT_THAT(EventsOf(Raw("\x88\x80\x80\x80\0\xC0\x01")), ElementsAre("2147483647/0 C0 01 0"));
+  EXPECT_THAT(EventsOf(Raw("\x90\x80\x80\x80\x01\xC0\x01")), ElementsAre("2147483647/0 C0 01 0"));
   EXPECT_THAT(EventsOf(Raw("\x87\xFF\xFF\xFF\x7E\xC0\x01")), ElementsAre("2147483646/0 C0 01 0"));
 }
 
@@ -447,23 +448,37 @@ TEST(MidiFileTest, ManyTracksMergeFast) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
+/// Bytes that the events and data of a file take.
+std::pair<std::size_t, std::size_t> Sizes(const MidiFile& file) {
+  std::size_t data = 0;
+  for (const MidiEvent& event : file.events()) {
+    if (file.Data(event).data()) data += file.Data(event).size() + 5;
+  }
+  return {file.events().size() * sizeof(MidiEvent), data};
+}
+
 TEST(MidiFileTest, MemoryStaysInProportion) {
   if (!HeapWatch::IsAvailable()) GTEST_SKIP() << "the sanitizer has its own heap";
   constexpr std::size_t kSize = 8'000'000;
-  // The smallest forms of everything that is kept, in two tracks so that they have to be sorted.
+  // The smallest forms of everything that is kept.
   for (const std::string& smallest :
        {Raw("\x01\x05"), Raw("\0\xF0\0"), Raw("\0\xFF\x05\0"), Raw("\0\xFF\x51\x03\0\0\x01")}) {
-    const std::string track =
-        Track(Raw("\x01\xC0\x05") + Repeat(kSize / 2 / smallest.size(), smallest));
-    std::string song = Header(1, 2, 480);
-    song.append(track).append(track);
-    const std::vector<std::uint8_t> bytes(song.begin(), song.end());
-    const HeapWatch watch;
-    const auto file = MidiFile::Parse(bytes);
-    ASSERT_TRUE(file);
-    EXPECT_GE(file->events().size(), kSize / 2 / smallest.size() * 2);
-    EXPECT_GT(watch.peak(), file->events().size() * sizeof(MidiEvent));
-    EXPECT_LT(watch.peak(), 20 * bytes.size());
+    for (const std::size_t tracks : {1u, 2u}) {  // two have to be merged
+      const std::string song =
+          Header(1, 2, 480) +
+          Repeat(tracks,
+                 Track(Raw("\x01\xC0\x05") + Repeat(kSize / tracks / smallest.size(), smallest)));
+      const std::vector<std::uint8_t> bytes(song.begin(), song.end());
+      const HeapWatch watch;
+      const auto file = MidiFile::Parse(bytes);
+      const std::size_t peak = watch.peak();
+      ASSERT_TRUE(file);
+      const auto [events, data] = Sizes(*file);
+      EXPECT_GE(events, kSize / tracks / smallest.size() * tracks * sizeof(MidiEvent));
+      EXPECT_GE(peak, events + data);
+      EXPECT_LE(peak, tracks * events + data + 1000) << "as much again while merging";
+      EXPECT_LT(peak, 20 * bytes.size());
+    }
   }
   for (const std::string& smallest : {Track(""), Chunk("XFIH", ""), Raw("MTrk"), Raw("\x80")}) {
     const std::string song = Header(1, 2, 480) + Repeat(kSize / smallest.size(), smallest);

@@ -153,6 +153,25 @@ TEST(TimeLineTest, RescaleDoesNotRoundUpIntoTheNextTick) {
   EXPECT_EQ(line.Rescale(91, kOne, {1, 2}), 45u);
 }
 
+TEST(TimeLineTest, RescaleLeadsToTheTicksFrameWhereTicksAreShorterThanAFrame) {
+  const TimeLine line(480, {{0, 10000}});  // 0.91875 frames a tick
+  // At four times the length tick 1 is frames 4..7.
+  EXPECT_EQ(line.FrameOfTick(1, {4, 1}), 4u);
+  for (std::uint64_t frame = 4; frame < 8; ++frame) {
+    EXPECT_EQ(line.Rescale(frame, {4, 1}, kOne), 1u) << frame;
+  }
+  // At a tenth, tick 10 is the last one of frame 1.
+  EXPECT_EQ(line.Rescale(line.FrameOfTick(10, {4, 1}) + 3, {4, 1}, {1, 10}), 1u);
+  EXPECT_EQ(line.Rescale(line.FrameOfTick(11, {4, 1}) + 3, {4, 1}, {1, 10}), 2u);
+}
+
+TEST(TimeLineTest, RescaleGoesOnBehindTheLastTick) {
+  const TimeLine line(0x7FFF, {{0, 1}});
+  constexpr std::uint64_t kFrame = std::uint64_t{1} << 40;
+  ASSERT_EQ(line.TickOfFrame(kFrame, kOne), kLastTick);
+  EXPECT_EQ(line.Rescale(kFrame, kOne, {2, 1}), 2 * kFrame);
+}
+
 /// Random maps and ratios under which every tick is at least one frame long.
 class TimeLinePropertyTest : public testing::TestWithParam<unsigned> {
  protected:
