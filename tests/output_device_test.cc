@@ -84,7 +84,7 @@ TEST(HeardClock, BlockIsHeardEvenlyUntilItsEnd) {
   HeardClock clock;
   EXPECT_EQ(clock.Heard(At(0)), 0u);
   EXPECT_EQ(clock.Queued(At(0)), 0u);
-  clock.BeginBlock(At(0), {.frames = 441, .fresh = true});
+  clock.BeginBlock(At(0), {.frames = 441});
   clock.EndBlock();
   EXPECT_EQ(clock.Queued(At(0)), 441u);
   EXPECT_EQ(clock.Heard(At(2.5)), 110u);
@@ -97,7 +97,7 @@ TEST(HeardClock, LatencyComesFirstAndNothingOldReturns) {
   HeardClock clock;
   double time = 0;
   for (int block = 0; block < 4; ++block, time += 10) {
-    clock.BeginBlock(At(time), {.frames = 441, .latency = 882, .fresh = block == 0});
+    clock.BeginBlock(At(time), {.frames = 441, .latency = 882});
     clock.EndBlock();
   }
   // Handed over 1764; at the last request 1323 were handed over before, of which 882 are queued.
@@ -111,7 +111,7 @@ TEST(HeardClock, LatencyComesFirstAndNothingOldReturns) {
 
 TEST(HeardClock, BlockCountsAsQueuedOnceItsCallHasReturned) {
   HeardClock clock;
-  clock.BeginBlock(At(0), {.frames = 441, .latency = 100, .fresh = true});
+  clock.BeginBlock(At(0), {.frames = 441, .latency = 100});
   EXPECT_EQ(clock.Queued(At(0)), 0u);
   clock.EndBlock();
   EXPECT_EQ(clock.Queued(At(0)), 441u);
@@ -119,7 +119,7 @@ TEST(HeardClock, BlockCountsAsQueuedOnceItsCallHasReturned) {
 
 TEST(HeardClock, OneRequestInSeveralBlocks) {
   HeardClock clock;
-  clock.BeginBlock(At(0), {.frames = 2048, .latency = 1000, .fresh = true});
+  clock.BeginBlock(At(0), {.frames = 2048, .latency = 1000});
   clock.EndBlock();
   clock.BeginBlock(At(0), {.frames = 1000, .lead = 2048, .latency = 1000});
   clock.EndBlock();
@@ -131,7 +131,7 @@ TEST(HeardClock, OneRequestInSeveralBlocks) {
 
 TEST(HeardClock, WhatIsQueuedPlaysOutAfterTheEnd) {
   HeardClock clock;
-  clock.BeginBlock(At(0), {.frames = 441, .latency = 882, .fresh = true});
+  clock.BeginBlock(At(0), {.frames = 441, .latency = 882});
   clock.EndBlock();
   clock.BeginBlock(At(10), {.frames = 441, .latency = 882});
   clock.EndBlock();
@@ -145,9 +145,9 @@ TEST(HeardClock, WhatIsQueuedPlaysOutAfterTheEnd) {
 
 TEST(HeardClock, NewStartTakesEverythingBeforeAsHeard) {
   HeardClock clock;
-  clock.BeginBlock(At(0), {.frames = 441, .fresh = true});
+  clock.BeginBlock(At(0), {.frames = 441});
   clock.EndBlock();
-  clock.BeginBlock(At(5), {.frames = 512, .latency = 2048, .fresh = true});
+  clock.BeginBlock(At(5), {.frames = 512, .latency = 2048});
   clock.EndBlock();
   EXPECT_EQ(clock.Heard(At(5)), 441u);
   EXPECT_EQ(clock.Heard(At(16)), 441u);
@@ -168,9 +168,9 @@ TEST(HeardClock, NeverRunsBackForAReaderWhateverTheWriterDoes) {
   });
   auto deadline = Clock::now();
   for (int block = 0; block < 300; ++block) {
-    clock.BeginBlock(deadline, {.frames = 44, .latency = 88, .fresh = block % 50 == 0});
+    clock.BeginBlock(deadline, {.frames = 44, .latency = block % 100 < 50 ? 88u : 10u});
     clock.EndBlock();
-    if (block % 70 == 69) clock.Drain(deadline, 88);
+    if (block % 70 == 69) clock.Drain(deadline, block % 100 < 50 ? 88u : 10u);
     deadline += std::chrono::microseconds(998);
     std::this_thread::sleep_until(deadline);
   }

@@ -65,7 +65,6 @@ bool FallbackOutput::StartDevice() {
   forget_hurry_ = true;
   broken_ = false;
   latency_ = backend_->LatencyFrames();
-  fresh_ = true;
   silent_ = false;
   renderer_ = Renderer::kDevice;
   run_ = Run::kRunning;
@@ -78,7 +77,6 @@ bool FallbackOutput::StartDevice() {
 }
 
 void FallbackOutput::StartClock() {
-  fresh_ = true;
   silent_ = true;
   renderer_ = Renderer::kClock;
   run_ = Run::kRunning;
@@ -132,12 +130,11 @@ bool FallbackOutput::DeviceHurries(Clock::time_point now, int frames) {
 }
 
 /// One call of the procedure, if it is this renderer's turn; false leaves `out` as it was.
-bool FallbackOutput::RenderAs(Renderer renderer, Clock::time_point now, HeardClock::Block block,
-                              std::int16_t* out) {
+bool FallbackOutput::RenderAs(Renderer renderer, Clock::time_point now,
+                              const HeardClock::Block& block, std::int16_t* out) {
   if (rendering_.exchange(true)) return false;
   const bool turn = renderer_ == renderer && run_ != Run::kIdle;
   if (turn) {
-    block.fresh = fresh_.exchange(false);
     heard_.BeginBlock(now, block);
     render_(user_, out, block.frames);
     heard_.EndBlock();
@@ -205,7 +202,6 @@ bool FallbackOutput::DeviceHasVanished() const {
 void FallbackOutput::TakeOver() {
   Renderer device = Renderer::kDevice;
   if (!renderer_.compare_exchange_strong(device, Renderer::kClock)) return;
-  fresh_ = true;
   silent_ = true;
   ++late_;
 }

@@ -52,7 +52,7 @@ class FallbackOutput final : public OutputDevice {
   static DeviceBackend::Reply Fill(void* user, std::int16_t* out, int frames, bool ran_dry);
   DeviceBackend::Reply FillForDevice(std::int16_t* out, int frames, bool ran_dry);
   bool DeviceHurries(Clock::time_point now, int frames);
-  bool RenderAs(Renderer renderer, Clock::time_point now, HeardClock::Block block,
+  bool RenderAs(Renderer renderer, Clock::time_point now, const HeardClock::Block& block,
                 std::int16_t* out);
   bool TakeStop(Renderer renderer, Clock::time_point now);
 
@@ -71,7 +71,6 @@ class FallbackOutput final : public OutputDevice {
   /// Taken for one call of the procedure: a renderer that was replaced while it was late, and its
   /// successor, never run at the same time.
   std::atomic<bool> rendering_ = false;
-  std::atomic<bool> fresh_ = true;  ///< the next block is the first of a start
   std::atomic<bool> silent_ = true;
   std::atomic<std::uint64_t> late_ = 0;
   std::atomic<std::uint32_t> latency_ = 0;

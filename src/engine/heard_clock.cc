@@ -9,6 +9,9 @@ namespace vexolo::engine {
 
 namespace {
 
+/// Longer than anything that is queued; a count of frames in it stays within 64 bits.
+constexpr std::chrono::nanoseconds kLongest = std::chrono::hours(1);
+
 std::int64_t Nanoseconds(HeardClock::Time time) {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
 }
@@ -16,7 +19,7 @@ std::int64_t Nanoseconds(HeardClock::Time time) {
 }  // namespace
 
 void HeardClock::BeginBlock(Time now, const Block& block) {
-  current_.floor = block.fresh ? current_.handed : HeardOf(current_, now);
+  if (block.lead == 0) current_.floor = MostHeardOf(current_);
   current_.asked = current_.handed;
   current_.since = Nanoseconds(now);
   current_.latency = block.latency + static_cast<std::uint32_t>(block.lead);
@@ -31,7 +34,7 @@ void HeardClock::EndBlock() {
 }
 
 void HeardClock::Drain(Time now, std::uint32_t latency) {
-  current_.floor = HeardOf(current_, now);
+  current_.floor = MostHeardOf(current_);
   current_.asked = current_.handed;
   current_.since = Nanoseconds(now);
   current_.latency = latency;
@@ -49,12 +52,16 @@ std::uint32_t HeardClock::Queued(Time now) const {
 
 std::uint64_t HeardClock::HeardOf(const Snapshot& snapshot, Time now) {
   const std::int64_t passed = std::max<std::int64_t>(Nanoseconds(now) - snapshot.since, 0);
-  constexpr std::int64_t kLongest = 3'600'000'000'000;  // keeps the product within 64 bits
-  const auto frames =
-      static_cast<std::uint64_t>(std::min(passed, kLongest)) * kSampleRate / 1'000'000'000;
+  const auto frames = static_cast<std::uint64_t>(std::min(passed, std::int64_t{kLongest.count()})) *
+                      kSampleRate / 1'000'000'000;
   const std::uint64_t reached = snapshot.asked + std::min<std::uint64_t>(frames, snapshot.playable);
   return std::max(snapshot.floor,
                   reached > snapshot.latency ? reached - snapshot.latency : std::uint64_t{0});
+}
+
+/// What any reader may have been told by this snapshot.
+std::uint64_t HeardClock::MostHeardOf(const Snapshot& snapshot) {
+  return HeardOf(snapshot, Time(std::chrono::nanoseconds(snapshot.since) + kLongest));
 }
 
 void HeardClock::Publish() {

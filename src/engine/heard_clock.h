@@ -20,11 +20,10 @@ class HeardClock {
     int lead = 0;
     /// Frames that the device holds when it asks.
     std::uint32_t latency = 0;
-    /// The device starts: all that was handed over before counts as heard.
-    bool fresh = false;
   };
 
-  /// A block is asked for at `now`.
+  /// A block is asked for at `now`. All that could be heard without it counts as heard, whatever
+  /// the latency was then.
   void BeginBlock(Time now, const Block& block);
   /// The block has been handed over.
   void EndBlock();
@@ -43,6 +42,7 @@ class HeardClock {
     std::uint32_t latency = 0;   ///< frames
     std::uint32_t playable = 0;  ///< frames that may be heard before the next block comes
   };
+  static std::uint64_t MostHeardOf(const Snapshot& snapshot);
   static std::uint64_t HeardOf(const Snapshot& snapshot, Time now);
   void Publish();
   Snapshot Read() const;

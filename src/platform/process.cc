@@ -1,0 +1,231 @@
+#include "platform/process.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <utility>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace vexolo {
+
+namespace {
+
+constexpr int kPipeBytes = 1 << 20;
+
+/// A file descriptor that closes itself.
+class Descriptor {
+ public:
+  explicit Descriptor(int number = -1) : number_(number) {}
+  ~Descriptor() { Reset(); }
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    Reset();
+    number_ = std::exchange(other.number_, -1);
+    return *this;
+  }
+
+  int Get() const { return number_; }
+  void Reset() {
+    if (number_ >= 0) close(number_);
+    number_ = -1;
+  }
+
+ private:
+  int number_;
+};
+
+/// While it lives a write to a closed pipe raises no SIGPIPE in this thread, whatever the program
+/// has decided about that signal; one that was pending before stays pending.
+class PipeSignalBlock {
+ public:
+  PipeSignalBlock() {
+    sigemptyset(&pipe_);
+    sigaddset(&pipe_, SIGPIPE);
+    sigset_t pending;
+    sigpending(&pending);
+    was_pending_ = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &pipe_, &old_mask_);
+  }
+  ~PipeSignalBlock() {
+    const int error = errno;
+    if (raised_ && !was_pending_) {
+      const timespec no_time{};
+      while (sigtimedwait(&pipe_, nullptr, &no_time) == -1 && errno == EINTR) {
+      }
+    }
+    pthread_sigmask(SIG_SETMASK, &old_mask_, nullptr);
+    errno = error;
+  }
+  PipeSignalBlock(const PipeSignalBlock&) = delete;
+  PipeSignalBlock& operator=(const PipeSignalBlock&) = delete;
+
+  void Raised() { raised_ = true; }
+
+ private:
+  sigset_t pipe_;
+  sigset_t old_mask_;
+  bool was_pending_ = false;
+  bool raised_ = false;
+};
+
+/// What the child does between its start and the program: standard streams, nothing else open.
+class SpawnPlan {
+ public:
+  SpawnPlan(int input, const std::string& printed_to) {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+    const bool dropped = printed_to.empty();
+    const int flags = dropped ? O_WRONLY : O_WRONLY | O_CREAT | O_TRUNC;
+    ok_ = posix_spawn_file_actions_adddup2(&actions_, input, STDIN_FILENO) == 0 &&
+          posix_spawn_file_actions_addopen(&actions_, STDOUT_FILENO,
+                                           dropped ? "/dev/null" : printed_to.c_str(), flags,
+                                           0666) == 0 &&
+          posix_spawn_file_actions_adddup2(&actions_, STDOUT_FILENO, STDERR_FILENO) == 0 &&
+          posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0;
+    // Signals as a program expects them, whatever this thread blocks or this program ignores.
+    sigset_t none;
+    sigemptyset(&none);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setsigdefault(&attributes_, &defaults);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~SpawnPlan() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnPlan(const SpawnPlan&) = delete;
+  SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+  /// The new process, or -1.
+  pid_t Run(const std::vector<std::string>& arguments) const {
+    if (!ok_) return -1;
+    std::vector<char*> argv;
+    for (const std::string& argument : arguments) {
+      if (argument.find('\0') != std::string::npos) return -1;
+      argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    const bool is_path = arguments[0].find('/') != std::string::npos;
+    pid_t child = -1;
+    const int error = (is_path ? posix_spawn : posix_spawnp)(&child, argv[0], &actions_,
+                                                             &attributes_, argv.data(), environ);
+    return error == 0 ? child : -1;
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+  bool ok_ = false;
+};
+
+}  // namespace
+
+struct Process::State {
+  pid_t child = -1;
+  Descriptor input;
+
+  std::mutex mutex;  ///< guards what follows
+  bool ended = false;
+  int status = 0;
+  int waiting = 0;  ///< threads that wait for the end without holding the mutex
+
+  /// Collects the child where it has ended, or where `block` is set. Needs the mutex.
+  void Collect(bool block) {
+    if (ended) return;
+    int how = 0;
+    pid_t result = -1;
+    do {
+      result = waitpid(child, &how, block ? 0 : WNOHANG);
+    } while (result == -1 && errno == EINTR);
+    if (result == 0) return;
+    ended = true;
+    // A child that somebody else has collected can tell nothing any more.
+    status = result == -1 ? -1 : WIFSIGNALED(how) ? -WTERMSIG(how) : WEXITSTATUS(how);
+  }
+};
+
+Process::Process(std::unique_ptr<State> state) : state_(std::move(state)) {}
+
+Process::~Process() {
+  CloseInput();
+  Wait();
+}
+
+std::unique_ptr<Process> Process::Start(const std::vector<std::string>& arguments,
+                                        const std::string& printed_to) {
+  if (arguments.empty() || arguments[0].empty()) return nullptr;
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return nullptr;
+  const Descriptor read_end(ends[0]);
+  auto state = std::make_unique<State>();
+  state->input = Descriptor(ends[1]);
+  // Where the system refuses so much, its usual size serves as well, only less smoothly.
+  fcntl(ends[1], F_SETPIPE_SZ, kPipeBytes);
+  state->child = SpawnPlan(read_end.Get(), printed_to).Run(arguments);
+  if (state->child < 0) return nullptr;
+  return std::unique_ptr<Process>(new Process(std::move(state)));
+}
+
+bool Process::Write(std::span<const std::uint8_t> bytes) {
+  PipeSignalBlock block;
+  while (!bytes.empty()) {
+    const ssize_t taken = write(state_->input.Get(), bytes.data(), bytes.size());
+    if (taken >= 0) {
+      bytes = bytes.subspan(static_cast<std::size_t>(taken));
+    } else if (errno == EPIPE) {
+      block.Raised();
+      return false;
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return state_->input.Get() >= 0;
+}
+
+void Process::CloseInput() { state_->input.Reset(); }
+
+bool Process::Running() {
+  const std::lock_guard lock(state_->mutex);
+  // While another thread waits, collecting is left to it: the number stays the child's own.
+  if (state_->waiting == 0) {
+    state_->Collect(/*block=*/false);
+    return !state_->ended;
+  }
+  if (state_->ended) return false;
+  siginfo_t info{};
+  const int looked =
+      waitid(P_PID, static_cast<id_t>(state_->child), &info, WEXITED | WNOHANG | WNOWAIT);
+  return looked == 0 && info.si_pid == 0;
+}
+
+int Process::Wait() {
+  std::unique_lock lock(state_->mutex);
+  if (state_->ended) return state_->status;
+  ++state_->waiting;
+  lock.unlock();
+  siginfo_t info;
+  while (waitid(P_PID, static_cast<id_t>(state_->child), &info, WEXITED | WNOWAIT) == -1 &&
+         errno == EINTR) {
+  }
+  lock.lock();
+  --state_->waiting;
+  state_->Collect(/*block=*/true);
+  return state_->status;
+}
+
+void Process::Kill() {
+  const std::lock_guard lock(state_->mutex);
+  if (!state_->ended) kill(state_->child, SIGKILL);
+}
+
+}  // namespace vexolo
