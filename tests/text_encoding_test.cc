@@ -54,6 +54,14 @@ TEST(TextEncoding, DecodesUtf8ElseWindows1252AndTakesOffTheByteOrderMark) {
   EXPECT_FALSE(DecodeText("x").has_byte_order_mark);
 }
 
+TEST(TextEncoding, WhatIsEncodedIsDecodedAgain) {
+  EXPECT_EQ(EncodeText("é", TextEncoding::kWindows1252), "\xE9");
+  EXPECT_EQ(EncodeText("é", TextEncoding::kUtf8), "é");
+  EXPECT_EQ(EncodeText("éč", TextEncoding::kWindows1252), "éč");
+  EXPECT_EQ(EncodeText("Ã©", TextEncoding::kWindows1252), "Ã©");  // else it would be read as "é"
+  EXPECT_EQ(EncodeText("plain", TextEncoding::kWindows1252), "plain");
+}
+
 TEST(TextEncoding, FoldsAccentedLettersButNotSigns) {
   EXPECT_EQ(FoldCase("ANNÉE"), "année");
   EXPECT_EQ(FoldCase("ÀÖØÞŒŠŽŸ"), "àöøþœšžÿ");

@@ -1,7 +1,7 @@
 #include "platform/text_encoding.h"
 
 #include <array>
-#include <cstdint>
+#include <utility>
 
 namespace vexolo {
 namespace {
@@ -145,6 +145,14 @@ DecodedText DecodeText(std::string_view bytes) {
   }
   decoded.text = bytes;
   return decoded;
+}
+
+std::string EncodeText(std::string_view text, TextEncoding encoding) {
+  if (encoding == TextEncoding::kWindows1252) {
+    std::optional<std::string> bytes = Windows1252FromUtf8(text);
+    if (bytes && (*bytes == text || !IsValidUtf8(*bytes))) return *std::move(bytes);
+  }
+  return std::string(text);
 }
 
 std::string FoldCase(std::string_view text) {

@@ -40,6 +40,11 @@ struct DecodedText {
 /// UTF-8 where `bytes` are valid UTF-8 (plain ASCII included), else Windows-1252.
 DecodedText DecodeText(std::string_view bytes);
 
+/// `text` (UTF-8) as bytes in `encoding`, so that DecodeText gives it back: UTF-8 is taken instead
+/// of Windows-1252 where a character has no place in it, and where the bytes would be valid UTF-8
+/// by accident. Adds no byte-order mark.
+std::string EncodeText(std::string_view text, TextEncoding encoding);
+
 /// Lower-case form for comparing names: letters of ASCII, Latin-1 and Windows-1252 (so "ANNÉE" and
 /// "Année" are the same name). Everything else is left alone.
 std::string FoldCase(std::string_view text);

@@ -138,11 +138,9 @@ bool IniDocument::Set(std::string_view section, std::string_view key, std::strin
 std::string IniDocument::Serialize() const {
   std::string text;
   for (const Line& line : lines_) text.append(line.text).append(line.end);
-  if (encoding_ == TextEncoding::kWindows1252) {
-    std::optional<std::string> bytes = Windows1252FromUtf8(text);
-    if (bytes && (*bytes == text || !IsValidUtf8(*bytes))) return *std::move(bytes);
-  }
-  return has_byte_order_mark_ ? std::string(kUtf8ByteOrderMark).append(text) : text;
+  // A mark stands only in what was valid UTF-8, which stays UTF-8.
+  if (has_byte_order_mark_) return std::string(kUtf8ByteOrderMark).append(text);
+  return EncodeText(text, encoding_);
 }
 
 }  // namespace vexolo

@@ -1,0 +1,153 @@
+// layer: core
+#include "playlist/play_list_model.h"
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <random>
+
+#include <gtest/gtest.h>
+
+namespace vexolo {
+namespace {
+
+using Paths = std::vector<std::string>;
+
+PlayListModel ListOf(const Paths& paths) {
+  PlayListModel list;
+  for (const std::string& path : paths) list.AjouteFichierPlayList(path);
+  return list;
+}
+
+/// Gives the numbers in turn.
+PlayListModel::RandomSource Drawing(std::deque<double> numbers) {
+  return [numbers]() mutable {
+    const double number = numbers.front();
+    numbers.pop_front();
+    return number;
+  };
+}
+
+TEST(PlayListModel, ShowsTheNameBehindFourSpacesAndThePlayingOneBehindAnArrow) {
+  PlayListModel list = ListOf({"/m/a.mid", "/m/b.kar"});
+  EXPECT_EQ(list.Line(1), "    a.mid");
+  list.PlayListSelect(2);
+  EXPECT_EQ(list.Line(1), "    a.mid");
+  EXPECT_EQ(list.Line(2), "-> b.kar");
+  EXPECT_EQ(list.current(), 2);
+  list.PlayListSelect(1);
+  EXPECT_EQ(list.Line(1), "-> a.mid");
+  EXPECT_EQ(list.Line(2), "    b.kar");
+  list.PlayListSelect(0);
+  EXPECT_EQ(list.Line(1), "    a.mid");
+  EXPECT_EQ(list.current(), 1);
+}
+
+TEST(PlayListModel, PlacesOutsideTheListAreIgnored) {
+  PlayListModel list = ListOf({"/m/a.mid"});
+  list.PlayListSelect(1);
+  list.PlayListSelect(2);
+  list.PlayListSelect(-1);
+  list.PlayListDelete(0);
+  list.PlayListDelete(2);
+  EXPECT_EQ(list.count(), 1);
+  EXPECT_EQ(list.playing(), 1);
+  EXPECT_EQ(list.Path(0), "");
+  EXPECT_EQ(list.Path(2), "");
+  EXPECT_EQ(list.Line(2), "");
+}
+
+TEST(PlayListModel, AnEmptyPathIsNotAdded) {
+  PlayListModel list;
+  list.PlayListAdd("");
+  EXPECT_EQ(list.count(), 0);
+  EXPECT_EQ(list.revision(), 0u);
+}
+
+TEST(PlayListModel, RemovingBeforeTheCurrentSongKeepsItCurrent) {
+  PlayListModel list = ListOf({"/a.mid", "/b.mid", "/c.mid"});
+  list.PlayListSelect(2);
+  list.PlayListDelete(1);
+  EXPECT_EQ(list.current(), 1);
+  EXPECT_EQ(list.Line(1), "-> b.mid");
+  list.PlayListDelete(2);
+  EXPECT_EQ(list.current(), 1);
+  EXPECT_EQ(list.paths(), (Paths{"/b.mid"}));
+}
+
+TEST(PlayListModel, RemovingTheCurrentSongLeavesTheNextOneNext) {
+  PlayListModel list = ListOf({"/a.mid", "/b.mid", "/c.mid"});
+  list.PlayListSelect(2);
+  list.PlayListDelete(2);
+  EXPECT_EQ(list.playing(), 0);
+  EXPECT_EQ(list.Path(list.current() + 1), "/c.mid");
+  PlayListModel single = ListOf({"/a.mid"});
+  single.PlayListSelect(1);
+  single.PlayListDelete(1);
+  EXPECT_EQ(single.current(), 0);
+}
+
+TEST(PlayListModel, ClearingLeavesNothing) {
+  PlayListModel list = ListOf({"/a.mid", "/b.mid"});
+  list.PlayListSelect(2);
+  const auto revision = list.revision();
+  list.Clear();
+  EXPECT_EQ(list.count(), 0);
+  EXPECT_EQ(list.current(), 0);
+  EXPECT_EQ(list.playing(), 0);
+  EXPECT_GT(list.revision(), revision);
+}
+
+TEST(PlayListModel, ShufflingSwapsEachPositionWithTheOneDrawn) {
+  PlayListModel list = ListOf({"/a.mid", "/b.mid", "/c.mid", "/d.mid"});
+  list.PlayListSelect(1);
+  // 1 with 4: d b c a; 2 with 1: b d c a; 3 with 3; 4 with 2: b a c d.
+  list.Shuffle(Drawing({0.99, 0.0, 0.5, 0.25}));
+  EXPECT_EQ(list.paths(), (Paths{"/b.mid", "/a.mid", "/c.mid", "/d.mid"}));
+  EXPECT_EQ(list.current(), 2);
+  EXPECT_EQ(list.Line(2), "-> a.mid");
+  EXPECT_EQ(list.Line(1), "    b.mid");
+}
+
+TEST(PlayListModel, ShufflingOneEntryOrNoneChangesNothing) {
+  PlayListModel list = ListOf({"/a.mid"});
+  list.PlayListSelect(1);
+  list.Shuffle([] { return 0.7; });
+  EXPECT_EQ(list.paths(), (Paths{"/a.mid"}));
+  EXPECT_EQ(list.Line(1), "-> a.mid");
+  PlayListModel empty;
+  empty.Shuffle([]() -> double {
+    ADD_FAILURE() << "nothing to draw for";
+    return 0;
+  });
+  EXPECT_EQ(empty.count(), 0);
+}
+
+TEST(PlayListModel, ARandomSourceOutOfRangeDoesNoHarm) {
+  PlayListModel list = ListOf({"/a.mid", "/b.mid"});
+  list.Shuffle([] { return 1.0; });
+  list.Shuffle([] { return -1.0; });
+  EXPECT_EQ(list.count(), 2);
+}
+
+TEST(PlayListModel, TenThousandEntriesAreAddedAndShuffledQuickly) {
+  const auto limit = std::chrono::milliseconds(300);
+  auto start = std::chrono::steady_clock::now();
+  PlayListModel list;
+  for (int i = 0; i < 10'000; ++i) list.AjouteFichierPlayList("/m/" + std::to_string(i) + ".mid");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, limit);
+  Paths before = list.paths();
+  std::mt19937 engine(1);
+  std::uniform_real_distribution<double> uniform(0, 1);
+  start = std::chrono::steady_clock::now();
+  list.Shuffle([&] { return uniform(engine); });
+  EXPECT_LT(std::chrono::steady_clock::now() - start, limit);
+  EXPECT_NE(list.paths(), before);
+  Paths after = list.paths();
+  std::sort(before.begin(), before.end());
+  std::sort(after.begin(), after.end());
+  EXPECT_EQ(after, before);
+}
+
+}  // namespace
+}  // namespace vexolo
