@@ -51,6 +51,7 @@ int Library::Init(int device, bass::DWORD frequency) {
   if (initialised_) return bass::BASS_ERROR_ALREADY;
   const std::lock_guard device_lock(device_mutex_);
   device_ = OutputDevice::Create(device != 0, &Library::Render, this);
+  taken_.store(0);
   device_view_.store(device_.get());
   device_running_ = false;
   leaving_.store(false);
@@ -338,9 +339,7 @@ std::uint64_t Library::TakenFrames() const { return taken_.load(std::memory_orde
 
 std::uint64_t Library::HeardFrames() const {
   const OutputDevice* device = device_view_.load(std::memory_order_acquire);
-  const std::uint64_t queued = device != nullptr ? device->QueuedFrames() : 0;
-  const std::uint64_t taken = TakenFrames();
-  return taken > queued ? taken - queued : 0;
+  return device != nullptr ? device->HeardFrames() : TakenFrames();
 }
 
 std::vector<std::shared_ptr<Stream>> Library::PlayingStreams() const {

@@ -53,17 +53,17 @@ class PlayRecord {
       Place place;
       for (std::uint64_t index = count; index > oldest; --index) {
         const Entry& entry = entries_[(index - 1) % kEntries];
-        const std::uint64_t begin = entry.device_frame.load(std::memory_order_relaxed);
+        const std::uint64_t begin = entry.device_frame.load(std::memory_order_acquire);
         const std::uint64_t frames = entry.frames.load(std::memory_order_acquire);
-        place = {entry.position.load(std::memory_order_relaxed),
-                 Unpack(entry.ratio.load(std::memory_order_relaxed))};
+        place = {entry.position.load(std::memory_order_acquire),
+                 Unpack(entry.ratio.load(std::memory_order_acquire))};
         if (begin > device_frame) continue;
         const std::uint64_t gone = device_frame - begin;
         place.position += gone < frames ? gone : frames;
         break;
       }
-      std::atomic_thread_fence(std::memory_order_acquire);
-      // Entries are written over only kEntries / 2 appends after they were last looked at.
+      // Entries are written over only kEntries / 2 appends after they were last looked at; who
+      // reads a value that was written over since then also sees the count that came before it.
       if (count_.load(std::memory_order_relaxed) - count < kEntries / 2) return place;
     }
   }
@@ -87,9 +87,9 @@ class PlayRecord {
   void Append(std::uint64_t device_frame, std::uint64_t frames, Place place) {
     const std::uint64_t count = count_.load(std::memory_order_relaxed);
     Entry& entry = entries_[count % kEntries];
-    entry.device_frame.store(device_frame, std::memory_order_relaxed);
-    entry.position.store(place.position, std::memory_order_relaxed);
-    entry.ratio.store(Pack(place.ratio), std::memory_order_relaxed);
+    entry.device_frame.store(device_frame, std::memory_order_release);
+    entry.position.store(place.position, std::memory_order_release);
+    entry.ratio.store(Pack(place.ratio), std::memory_order_release);
     entry.frames.store(frames, std::memory_order_release);
     count_.store(count + 1, std::memory_order_release);
   }

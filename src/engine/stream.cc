@@ -156,9 +156,8 @@ TempoRatio Stream::Ratio() const {
 void Stream::PublishPlace() {
   const std::uint32_t serial = place_serial_.load(std::memory_order_relaxed);
   place_serial_.store(serial + 1, std::memory_order_relaxed);
-  std::atomic_thread_fence(std::memory_order_release);
-  place_position_.store(renderer_.position(), std::memory_order_relaxed);
-  place_ratio_.store(PlayRecord::Pack(renderer_.ratio()), std::memory_order_relaxed);
+  place_position_.store(renderer_.position(), std::memory_order_release);
+  place_ratio_.store(PlayRecord::Pack(renderer_.ratio()), std::memory_order_release);
   place_serial_.store(serial + 2, std::memory_order_release);
   finished_.store(renderer_.finished(), std::memory_order_release);
 }
@@ -175,9 +174,8 @@ PlayRecord::Place Stream::CurrentPlace() const {
   for (;;) {
     const std::uint32_t before = place_serial_.load(std::memory_order_acquire);
     const PlayRecord::Place place = {
-        place_position_.load(std::memory_order_relaxed),
-        PlayRecord::Unpack(place_ratio_.load(std::memory_order_relaxed))};
-    std::atomic_thread_fence(std::memory_order_acquire);
+        place_position_.load(std::memory_order_acquire),
+        PlayRecord::Unpack(place_ratio_.load(std::memory_order_acquire))};
     if (before % 2 == 0 && place_serial_.load(std::memory_order_relaxed) == before) return place;
   }
 }

@@ -1,0 +1,39 @@
+/// Finds the audio library: the closed ones where the user has put them, else the open engine.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "audio/bass.h"
+
+namespace vexolo {
+
+/// The table of functions and what is behind it. Lives as long as anything calls the table.
+class AudioLibrary {
+ public:
+  virtual ~AudioLibrary() = default;
+
+  virtual const bass::Api& api() const = 0;
+  virtual bool is_open_engine() const = 0;
+
+  /// True while sound goes nowhere because the machine has no sound device. The closed library has
+  /// no such state: there BASS_Init fails.
+  virtual bool OutputIsSilent() const = 0;
+  /// Output blocks that came too late, as far as the library counts them.
+  virtual std::uint64_t LateBlocks() const = 0;
+
+  /// The closed libraries are used when all three stand in `program_folder` (UTF-8, no separator at
+  /// its end) and have every function of the table. In every other case the open engine serves;
+  /// `problem`, where given, then says what kept complete closed libraries from being used.
+  static std::unique_ptr<AudioLibrary> Load(const std::string& program_folder,
+                                            std::string* problem = nullptr);
+  static std::unique_ptr<AudioLibrary> OpenEngine();
+};
+
+/// The arguments that an encoder's command line is split into before it is started.
+std::vector<std::string> SplitEncoderCommand(std::string_view command);
+
+}  // namespace vexolo
