@@ -44,7 +44,7 @@ void ApplyTempo(const bass::Api& api, bass::HSTREAM stream, const AudioState& au
 
 /// Which bank to load when the program starts.
 struct BankAtStart {
-  std::string path;         ///< UTF-8, empty when the user has to choose
+  std::string path;           ///< UTF-8, empty when the user has to choose
   bool user_chooses = false;  ///< the options dialog's choice of a bank is to be opened
 };
 

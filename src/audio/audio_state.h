@@ -39,8 +39,8 @@ struct AudioState {
   double song_length = 0;               ///< seconds
 
   Markers markers;
-  double fade_length = 0.3;  ///< seconds
-  double tail = 0.01;        ///< seconds
+  std::atomic<double> fade_length{0.3};  ///< seconds; 0 or less cuts at once
+  double tail = 0.01;                    ///< seconds
   std::atomic<double> fade_gain{1.0};
   std::atomic<double> fade_step{0.0};  ///< a sample (two samples a frame), negative
   std::atomic<bool> fading{false};

@@ -53,8 +53,8 @@ void EndFade::EndMarkerSync(bass::HSYNC /*sync*/, bass::DWORD channel, bass::DWO
   }
 }
 
-void EndFade::FadeDsp(bass::HDSP /*dsp*/, bass::DWORD /*channel*/, void* buffer,
-                      bass::DWORD length, void* user) {
+void EndFade::FadeDsp(bass::HDSP /*dsp*/, bass::DWORD /*channel*/, void* buffer, bass::DWORD length,
+                      void* user) {
   const std::span samples(static_cast<std::int16_t*>(buffer), length / sizeof(std::int16_t));
   FadeSamples(static_cast<EndFade*>(user)->audio_, samples);
 }

@@ -33,9 +33,9 @@ class EndFade {
   /// A new stream has no sample callback yet. Not while a stream has syncs with this object.
   void ForgetStream();
 
-  /// The callback of the end-marker sync; its user value is an EndFade. Begins the fade and attaches
-  /// the sample callback, once a stream: a marker that is passed again (after a seek back) must not
-  /// fade twice over.
+  /// The callback of the end-marker sync; its user value is an EndFade. Begins the fade and
+  /// attaches the sample callback, once a stream: a marker that is passed again (after a seek back)
+  /// must not fade twice over.
   static void BASS_CALLBACK EndMarkerSync(bass::HSYNC sync, bass::DWORD channel, bass::DWORD data,
                                           void* user);
 

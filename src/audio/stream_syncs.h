@@ -1,64 +1,46 @@
-/// Which of the library's callbacks the program attaches to a song's stream.
+/// The callbacks of a song's stream that belong to the song itself: its end, its tempo, its end
+/// marker. Those of the mixer are attached by mixer/mix_callback.h.
+///
+/// A new playback stream gets its syncs in this order: end, notes and all notes off (mixer), tempo,
+/// overrides (mixer), and later, where an end marker is in force, its two.
 #pragma once
 
-#include <array>
-#include <cstdint>
-
+#include "audio/audio_state.h"
 #include "audio/bass.h"
 
 namespace vexolo {
 
-/// An event that the mixer may override, and the number by which its callback knows which.
-struct OverrideSync {
-  bass::DWORD event;
-  int user_value;
-};
-
-/// In the order in which the syncs are attached. Mind that user values 5 and 6 are program and
-/// bank, while the controller kinds 5 and 6 are bank and program.
-inline constexpr std::array<OverrideSync, 18> kOverrideSyncs = {{
-    {bass::MIDI_EVENT_VOLUME, 1},
-    {bass::MIDI_EVENT_PAN, 2},
-    {bass::MIDI_EVENT_REVERB, 3},
-    {bass::MIDI_EVENT_CHORUS, 4},
-    {bass::MIDI_EVENT_PROGRAM, 5},
-    {bass::MIDI_EVENT_BANK, 6},
-    {bass::MIDI_EVENT_DRUMS, 18},
-    {bass::MIDI_EVENT_REVERB_TIME, 7},
-    {bass::MIDI_EVENT_REVERB_DELAY, 8},
-    {bass::MIDI_EVENT_REVERB_LOCUTOFF, 9},
-    {bass::MIDI_EVENT_REVERB_HICUTOFF, 10},
-    {bass::MIDI_EVENT_REVERB_LEVEL, 11},
-    {bass::MIDI_EVENT_CHORUS_DELAY, 12},
-    {bass::MIDI_EVENT_CHORUS_DEPTH, 13},
-    {bass::MIDI_EVENT_CHORUS_RATE, 14},
-    {bass::MIDI_EVENT_CHORUS_FEEDBACK, 15},
-    {bass::MIDI_EVENT_CHORUS_LEVEL, 16},
-    {bass::MIDI_EVENT_CHORUS_REVERB, 17},
-}};
-
-/// A callback and what it gets as its user value. Nothing is attached without a callback.
+/// A callback and what it gets as its user value, which must outlive the stream.
 struct SyncTarget {
   bass::SYNCPROC* proc = nullptr;
   void* user = nullptr;
 };
 
-/// Callbacks and contexts of one stream; the contexts must outlive it.
-struct StreamSyncTargets {
-  SyncTarget end;        ///< end of the stream
-  SyncTarget note;       ///< notes, when they are heard
-  SyncTarget notes_off;  ///< all notes off, when it is heard
-  SyncTarget tempo;      ///< on the mixing thread
-  std::array<SyncTarget, kOverrideSyncs.size()> overrides;  ///< mixing thread; as kOverrideSyncs
-};
+void AttachEndSync(const bass::Api& api, bass::HSTREAM stream, const SyncTarget& target);
 
-/// Attaches every sync that a new stream gets before its markers, in their fixed order.
-void AttachStreamSyncs(const bass::Api& api, bass::HSTREAM stream,
-                       const StreamSyncTargets& targets);
-
-/// Attaches the two syncs of an end marker that is in force: the fade's at `fade_start` and the
-/// end's at `end` (seconds at the speed in force).
+/// The two syncs of an end marker that is in force: the fade's at `fade_start` and the song's end
+/// at `end`, in seconds at the speed in force.
 void AttachEndMarkerSyncs(const bass::Api& api, bass::HSTREAM stream, double fade_start, double end,
                           const SyncTarget& fade_target, const SyncTarget& end_target);
+
+/// Keeps the speed factor in force when the song changes its tempo. One object serves any number of
+/// streams, which it must outlive.
+class TempoSync {
+ public:
+  TempoSync(const bass::Api& api, AudioState& audio) : api_(api), audio_(audio) {}
+  TempoSync(const TempoSync&) = delete;
+  TempoSync& operator=(const TempoSync&) = delete;
+
+  void Attach(bass::HSTREAM stream);
+
+ private:
+  /// Mixing thread: reads the new tempo, keeps it as the base tempo and sends it x the factor. What
+  /// shows the tempo reads the base tempo by its own timer.
+  static void BASS_CALLBACK TempoProc(bass::HSYNC sync, bass::DWORD channel, bass::DWORD data,
+                                      void* user);
+
+  const bass::Api& api_;
+  AudioState& audio_;
+};
 
 }  // namespace vexolo
