@@ -110,6 +110,22 @@ TEST_F(ProcessTest, ArgumentsArriveUntouchedByAnyShell) {
   EXPECT_EQ(ReadAll(path), "a b|$HOME|`id`|x;y|\"q\"|é||*|");
 }
 
+TEST_F(ProcessTest, VariablesTakeThePlaceOfOurs) {
+  setenv("VEXOLO_TEST_VARIABLE", "ours", 1);
+  setenv("VEXOLO_TEST_VARIABLE_2", "kept", 1);
+  const std::string printed = TestPath("printed");
+  auto process = Process::Start({"/usr/bin/env"}, printed, {"VEXOLO_TEST_VARIABLE=theirs"});
+  unsetenv("VEXOLO_TEST_VARIABLE");
+  unsetenv("VEXOLO_TEST_VARIABLE_2");
+  ASSERT_NE(process, nullptr);
+  EXPECT_EQ(process->Wait(), 0);
+  const std::string variables = ReadAll(printed);
+  EXPECT_THAT(variables, HasSubstr("VEXOLO_TEST_VARIABLE=theirs\n"));
+  EXPECT_THAT(variables, ::testing::Not(HasSubstr("=ours\n")));
+  EXPECT_THAT(variables, HasSubstr("VEXOLO_TEST_VARIABLE_2=kept\n"));
+  EXPECT_THAT(variables, HasSubstr("PATH="));
+}
+
 TEST_F(ProcessTest, ExitStatusAndSignal) {
   EXPECT_EQ(Process::Start({"true"})->Wait(), 0);
   EXPECT_EQ(Process::Start({"false"})->Wait(), 1);

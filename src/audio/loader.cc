@@ -108,6 +108,10 @@ class ClosedLibraries final : public AudioLibrary {
   bass::Api api_{};
 };
 
+/// Tags reach the encoders as UTF-8, and `lame` reads its arguments in the locale's encoding: so it
+/// gets one in which they are right, whatever the user's is.
+constexpr const char* kEncoderLocale = "LC_ALL=C.UTF-8";
+
 /// A process of the platform, as the engine's encoders see it.
 class EncoderProcess final : public engine::ChildProcess {
  public:
@@ -126,7 +130,7 @@ class OpenEngineLibrary final : public AudioLibrary {
   OpenEngineLibrary() {
     engine::SetProcessStarter(
         [](const std::vector<std::string>& arguments) -> std::unique_ptr<engine::ChildProcess> {
-          std::unique_ptr<Process> process = Process::Start(arguments);
+          std::unique_ptr<Process> process = Process::Start(arguments, {}, {kEncoderLocale});
           if (process == nullptr) return nullptr;
           return std::make_unique<EncoderProcess>(std::move(process));
         });

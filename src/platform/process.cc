@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 #include <fcntl.h>
@@ -75,6 +76,25 @@ class PipeSignalBlock {
   bool raised_ = false;
 };
 
+/// The environment of this program with some variables in place of its own; ended by null. Points
+/// into `replacements`.
+std::vector<char*> Environment(const std::vector<std::string>& replacements) {
+  std::vector<char*> variables;
+  for (char** own = environ; *own != nullptr; ++own) {
+    const std::string_view variable(*own);
+    const std::string_view name = variable.substr(0, variable.find('=') + 1);
+    const bool is_replaced =
+        std::any_of(replacements.begin(), replacements.end(),
+                    [&](const std::string& other) { return other.starts_with(name); });
+    if (name.empty() || !is_replaced) variables.push_back(*own);
+  }
+  for (const std::string& replacement : replacements) {
+    variables.push_back(const_cast<char*>(replacement.c_str()));
+  }
+  variables.push_back(nullptr);
+  return variables;
+}
+
 /// What the child does between its start and the program: standard streams, nothing else open.
 class SpawnPlan {
  public:
@@ -107,7 +127,8 @@ class SpawnPlan {
   SpawnPlan& operator=(const SpawnPlan&) = delete;
 
   /// The new process, or -1.
-  pid_t Run(const std::vector<std::string>& arguments) const {
+  pid_t Run(const std::vector<std::string>& arguments,
+            const std::vector<std::string>& environment) const {
     if (!ok_) return -1;
     std::vector<char*> argv;
     for (const std::string& argument : arguments) {
@@ -115,10 +136,11 @@ class SpawnPlan {
       argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
+    std::vector<char*> variables = Environment(environment);
     const bool is_path = arguments[0].find('/') != std::string::npos;
     pid_t child = -1;
-    const int error = (is_path ? posix_spawn : posix_spawnp)(&child, argv[0], &actions_,
-                                                             &attributes_, argv.data(), environ);
+    const int error = (is_path ? posix_spawn : posix_spawnp)(
+        &child, argv[0], &actions_, &attributes_, argv.data(), variables.data());
     return error == 0 ? child : -1;
   }
 
@@ -162,7 +184,8 @@ Process::~Process() {
 }
 
 std::unique_ptr<Process> Process::Start(const std::vector<std::string>& arguments,
-                                        const std::string& printed_to) {
+                                        const std::string& printed_to,
+                                        const std::vector<std::string>& environment) {
   if (arguments.empty() || arguments[0].empty()) return nullptr;
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return nullptr;
@@ -171,7 +194,7 @@ std::unique_ptr<Process> Process::Start(const std::vector<std::string>& argument
   state->input = Descriptor(ends[1]);
   // Where the system refuses so much, its usual size serves as well, only less smoothly.
   fcntl(ends[1], F_SETPIPE_SZ, kPipeBytes);
-  state->child = SpawnPlan(read_end.Get(), printed_to).Run(arguments);
+  state->child = SpawnPlan(read_end.Get(), printed_to).Run(arguments, environment);
   if (state->child < 0) return nullptr;
   return std::unique_ptr<Process>(new Process(std::move(state)));
 }

@@ -19,9 +19,11 @@ class Process {
   /// Starts a program without a shell. The first argument is its path or, where it holds no folder
   /// separator, a name that is looked for on the search path; arguments are UTF-8. What the program
   /// prints (output and errors) goes to the file `printed_to`, or nowhere where that is empty.
-  /// Null where the program is missing or cannot be started.
+  /// The program gets our environment, with the variables of `environment` ("NAME=value") in place
+  /// of ours. Null where the program is missing or cannot be started.
   static std::unique_ptr<Process> Start(const std::vector<std::string>& arguments,
-                                        const std::string& printed_to = {});
+                                        const std::string& printed_to = {},
+                                        const std::vector<std::string>& environment = {});
 
   /// Closes the input and waits until the process has ended.
   ~Process();
