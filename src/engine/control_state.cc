@@ -21,12 +21,23 @@ std::uint32_t InitialValue(int channel, std::size_t which) {
   return kChannelValueTable[which].initial;
 }
 
+// Balance and the sound controllers rest in the middle; the low byte of expression is full, as the
+// high one is.
+std::uint8_t InitialController(int controller) {
+  constexpr int kBalance = 8;
+  constexpr int kExpressionLsb = 43;
+  if (controller == kBalance || (controller >= 70 && controller <= 79)) return 64;
+  return controller == kExpressionLsb ? 127 : 0;
+}
+
 bool SurvivesSystemReset(ChannelValue which) {
   return which == ChannelValue::kMixLevel || which == ChannelValue::kTranspose;
 }
 
 void ClearParameters(ChannelState& channel) {
-  channel.controller.fill(0);
+  for (int controller = 0; controller < 128; ++controller) {
+    channel.controller[controller] = InitialController(controller);
+  }
   channel.controller[kRpnLsb] = channel.controller[kRpnMsb] = kNullParameter;
   channel.controller[kNrpnLsb] = channel.controller[kNrpnMsb] = kNullParameter;
   channel.pressure = 0;

@@ -22,6 +22,15 @@ std::uint32_t Sounding(std::uint32_t value, ChannelValue which) {
   return std::min(value, kChannelValueTable[static_cast<std::size_t>(which)].highest);
 }
 
+/// What acts when it arrives and is no value that holds: data entry, the choice of a parameter, the
+/// key that the next note glides from; and the bank's low byte, which is not used.
+bool IsMomentary(int controller) {
+  constexpr int kBankLsb = 32;
+  constexpr int kPortamentoKey = 84;
+  return controller == kDataEntryMsb || controller == kDataEntryLsb || controller == kBankLsb ||
+         controller == kPortamentoKey || (controller >= 96 && controller <= kRpnMsb);
+}
+
 std::uint32_t ClampTempo(std::uint32_t tempo) {
   return std::clamp<std::uint32_t>(tempo, 1, (1u << 24) - 1);
 }
@@ -301,8 +310,7 @@ void Renderer::TempoChanged(std::uint32_t tempo) {
 
 void Renderer::SystemReset() {
   for (int channel = 0; channel < kChannels; ++channel) {
-    ForgetHeld(channel);
-    if (synth_ != nullptr) synth_->AllSoundOff(channel);
+    ReleaseChannel(channel);
     SendChannel(channel);
   }
 }
@@ -339,15 +347,17 @@ void Renderer::ForgetHeld(int channel) {
   for (HeldKey& held : held_[channel]) held.count = 0;
 }
 
-// After the last event: no key and no pedal is held any longer, so that everything can decay. The
-// values at the interface stay.
+// No key and no pedal is held any longer, so that everything can decay. The values at the interface
+// stay.
+void Renderer::ReleaseChannel(int channel) {
+  ForgetHeld(channel);
+  if (synth_ == nullptr) return;
+  for (const int pedal : {64, 66, 69}) synth_->Controller(channel, pedal, 0);
+  synth_->AllNotesOff(channel);
+}
+
 void Renderer::ReleaseEverything() {
-  for (int channel = 0; channel < kChannels; ++channel) {
-    ForgetHeld(channel);
-    if (synth_ == nullptr) continue;
-    for (const int pedal : {64, 66, 69}) synth_->Controller(channel, pedal, 0);
-    synth_->AllNotesOff(channel);
-  }
+  for (int channel = 0; channel < kChannels; ++channel) ReleaseChannel(channel);
 }
 
 // ---- Values on their way to synthesiser and console
@@ -398,9 +408,7 @@ void Renderer::SendChannel(int channel) {
   if (synth_ == nullptr) return;
   synth_->ChannelPressure(channel, strip.pressure);
   for (int controller = 0; controller < 120; ++controller) {
-    const bool parameter = controller == kDataEntryMsb || controller == kDataEntryLsb ||
-                           (controller >= 96 && controller <= kRpnMsb);
-    if (parameter || controller == 32 || ChannelValueOfController(controller) >= 0) continue;
+    if (IsMomentary(controller) || ChannelValueOfController(controller) >= 0) continue;
     synth_->Controller(channel, controller, strip.controller[controller]);
   }
   const std::array<std::array<std::uint8_t, 2>, 3> registered = {{

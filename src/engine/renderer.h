@@ -134,6 +134,7 @@ class Renderer final : private EventSink {
   void Press(int channel, int key, int velocity);
   void Release(int channel, int key);
   void ForgetHeld(int channel);
+  void ReleaseChannel(int channel);
   void ReleaseEverything();
   void SendChannel(int channel);
   void SendPreset(int channel);
