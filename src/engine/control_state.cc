@@ -79,6 +79,7 @@ void ResetSystem(ControlState& state, EventSink& sink) {
   }
   sink.SystemReset();
   for (int channel = 0; channel < kChannels; ++channel) {
+    ResetValue(state, channel, ChannelValue::kBank, sink);  // first: the program takes it over
     for (int which = 0; which < kChannelValues; ++which) {
       const auto value = static_cast<ChannelValue>(which);
       if (!SurvivesSystemReset(value)) ResetValue(state, channel, value, sink);
