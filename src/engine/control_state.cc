@@ -52,10 +52,11 @@ void ClearParameters(ChannelState& channel) {
 void SetValue(ControlState& state, int channel, ChannelValue which, std::uint32_t value,
               EventSink& sink) {
   state.channel[channel].value[static_cast<std::size_t>(which)] = value;
+  ChannelState& strip = state.channel[channel];
+  if (which == ChannelValue::kBank) strip.next_bank = static_cast<std::uint8_t>(value);
   if (which == ChannelValue::kProgram) {
-    ChannelState& strip = state.channel[channel];
     strip.preset_program = static_cast<std::uint8_t>(value);
-    strip.preset_bank = static_cast<std::uint8_t>(strip.Get(ChannelValue::kBank));
+    strip.preset_bank = strip.next_bank;
   }
   sink.ValueChanged(channel, which);
 }
@@ -75,11 +76,11 @@ void SetEffect(ControlState& state, EffectParameter which, std::uint32_t value, 
 void ResetSystem(ControlState& state, EventSink& sink) {
   for (ChannelState& channel : state.channel) {
     ClearParameters(channel);
-    channel.preset_bank = channel.preset_program = 0;
+    channel.next_bank = channel.preset_bank = channel.preset_program = 0;
   }
   sink.SystemReset();
   for (int channel = 0; channel < kChannels; ++channel) {
-    ResetValue(state, channel, ChannelValue::kBank, sink);  // first: the program takes it over
+    ResetValue(state, channel, ChannelValue::kBank, sink);  // a program that is sent next needs it
     for (int which = 0; which < kChannelValues; ++which) {
       const auto value = static_cast<ChannelValue>(which);
       if (!SurvivesSystemReset(value)) ResetValue(state, channel, value, sink);
@@ -253,7 +254,7 @@ ControlState ControlState::Initial() {
   for (int index = 0; index < kChannels; ++index) {
     ChannelState& channel = state.channel[index];
     ClearParameters(channel);
-    channel.preset_bank = channel.preset_program = 0;
+    channel.next_bank = channel.preset_bank = channel.preset_program = 0;
     for (std::size_t which = 0; which < kChannelValues; ++which) {
       channel.value[which] = InitialValue(index, which);
     }

@@ -1,6 +1,7 @@
 #include "engine/renderer.h"
 
 #include <algorithm>
+#include <bitset>
 #include <limits>
 #include <utility>
 
@@ -96,7 +97,7 @@ bool Renderer::ReachPlace() {
 bool Renderer::DecayIsOver() {
   if (decayed_ >= kLongestDecay) return true;
   if (decayed_ % kDecayCheck != 0) return false;
-  const bool voices = (synth_ != nullptr && synth_->ActiveVoices() > 0) || fading_ != nullptr;
+  const bool voices = (synth_ != nullptr && synth_->ActiveVoices() > 0) || fade_left_ > 0;
   return !voices && console_.TailIsOver();
 }
 
@@ -452,13 +453,27 @@ void Renderer::UpdateNextFrame() {
       next_ < events.size() ? song_->time_line().FrameOfTick(events[next_].tick, ratio_) : kNever;
 }
 
-// Inside an event the place is that event's tick, exactly.
+// Inside an event the place is that event's tick, exactly. Rounding must not carry the place over a
+// sync that is still ahead of it.
 void Renderer::MoveToRatio(TempoRatio ratio) {
   if (ratio == ratio_) return;
+  std::bitset<SyncList::kRoom> ahead;
+  for (std::size_t index = 0; index < syncs_.size(); ++index) {
+    Sync* sync = syncs_.At(index);
+    if (sync == nullptr || sync->type != bass::BASS_SYNC_POS || sync->passed) continue;
+    UpdateSync(*sync);
+    ahead[index] = sync->frame >= position_;
+  }
   position_ = in_event_ ? song_->time_line().FrameOfTick(event_tick_, ratio)
                         : song_->time_line().Rescale(position_, ratio_, ratio);
   ratio_ = ratio;
   ++ratio_serial_;
+  for (std::size_t index = 0; index < ahead.size(); ++index) {
+    if (!ahead[index]) continue;
+    Sync* sync = syncs_.At(index);
+    UpdateSync(*sync);
+    sync->frame = std::max(sync->frame, position_);
+  }
   UpdateNextFrame();
 }
 
@@ -479,7 +494,9 @@ void Renderer::SeekFrame(std::uint64_t frame) {
 void Renderer::SeekTick(std::uint32_t tick) { Seek(song_->time_line().FrameOfTick(tick, {})); }
 
 // Events that stand exactly at the frame are still to come: their notes sound and their syncs are
-// raised when rendering goes on. The values that they set hold already.
+// raised when rendering goes on. The values that they set can be read already; what hides behind the
+// values (the preset in use, the parameter selected for data entry) waits for the events
+// themselves, which find what they would find had everything been played.
 void Renderer::Seek(std::uint64_t frame) {
   const TimeLine& line = song_->time_line();
   ratio_ = {};
@@ -489,7 +506,13 @@ void Renderer::Seek(std::uint64_t frame) {
   const std::uint32_t tick = line.TickOfFrame(frame, ratio_);
   const std::size_t peek =
       tick >= MidiFile::kMaxTick ? song_->events().size() : song_->FirstEventAt(tick + 1);
-  state_ = song_->StateBefore(peek, state_);
+  const ControlState shown = song_->StateBefore(peek, state_);
+  state_ = song_->StateBefore(next_, state_);
+  for (int channel = 0; channel < kChannels; ++channel) {
+    state_.channel[channel].value = shown.channel[channel].value;
+  }
+  state_.effect = shown.effect;
+  state_.tempo = shown.tempo;
   UpdateNextFrame();
   decaying_ = ended_ = stopped_ = false;
   decayed_ = 0;
@@ -545,10 +568,11 @@ void Renderer::Apply(int channel, bass::DWORD event, std::uint32_t param) {
   } else if (const int index = ChannelValueOfEvent(event); index >= 0) {
     const auto which = static_cast<ChannelValue>(index);
     strip.value[index] = param;
+    const auto sounding = static_cast<std::uint8_t>(Sounding(param, which));
+    if (which == ChannelValue::kBank) strip.next_bank = sounding;
     if (which == ChannelValue::kProgram) {
-      strip.preset_program = static_cast<std::uint8_t>(Sounding(param, which));
-      strip.preset_bank =
-          static_cast<std::uint8_t>(Sounding(strip.Get(ChannelValue::kBank), ChannelValue::kBank));
+      strip.preset_program = sounding;
+      strip.preset_bank = strip.next_bank;
     }
     SendValue(channel, which);
     Publish(channel, which);
