@@ -68,6 +68,11 @@ template <typename Operation>
 auto Stream::AtRest(Operation operation) {
   if (rendering_stream == this) return operation();
   const std::lock_guard api(api_);
+  return AtRestLocked(operation);
+}
+
+template <typename Operation>
+auto Stream::AtRestLocked(Operation operation) {
   if (decoding_) {
     const std::lock_guard rendering(rendering_);
     return operation();
@@ -112,11 +117,13 @@ void Stream::Forget() {
   record_.Begin(output_.TakenFrames(), {renderer_.position(), renderer_.ratio()});
 }
 
+// What was rendered before a stop at mix time plays out, and its syncs with it.
 int Stream::Stop() {
+  const bool at_mix_time = rendering_stream == this && !calling_heard_;
   const int result = AtRest([&] {
     if (rendering_stream != this && closed_) return bass::BASS_ERROR_HANDLE;
     playing_.store(false);
-    generation_.fetch_add(1);
+    if (!at_mix_time) generation_.fetch_add(1);
     if (decoding_ || rendering_stream == this) renderer_.Stop();
     finished_.store(renderer_.finished());
     return bass::BASS_OK;
@@ -262,7 +269,11 @@ bass::DWORD Stream::GetData(void* buffer, bass::DWORD length) {
   if (renderer_.finished()) return bass::kError32;
   const RenderingScope scope(this);
   const int delivered = RenderBlock(static_cast<std::int16_t*>(buffer), frames);
-  for (std::size_t index = 0; index < heard_now_.size(); ++index) CallHeard(heard_now_[index]);
+  calling_heard_ = true;
+  for (std::size_t index = 0; index < heard_now_.size(); ++index) {
+    if (heard_now_[index].generation == generation_.load()) CallHeard(heard_now_[index]);
+  }
+  calling_heard_ = false;
   heard_now_.clear();
   CollectRetired();
   if (delivered == 0 && frames > 0) return bass::kError32;
@@ -424,11 +435,14 @@ int Stream::SendEvent(bass::DWORD channel, bass::DWORD event, bass::DWORD param)
   }
   const std::lock_guard api(api_);
   if (closed_) return bass::BASS_ERROR_HANDLE;
-  if (!attached_.load(std::memory_order_relaxed)) {
-    const std::lock_guard rendering(rendering_);
-    renderer_.Apply(static_cast<int>(channel), event, param);
-    PublishPlace();
-    return bass::BASS_OK;
+  // A stream that has come to its end, or was stopped by a callback, may still be on the output; but
+  // that goes to sleep, and then nobody would read the queue.
+  if (!attached_.load(std::memory_order_relaxed) || !playing_.load()) {
+    return AtRestLocked([&] {
+      renderer_.Apply(static_cast<int>(channel), event, param);
+      PublishPlace();
+      return bass::BASS_OK;
+    });
   }
   // Shown before it is queued: whatever the mixing thread shows later is then the later value.
   PublishValue(static_cast<int>(channel), event, param);

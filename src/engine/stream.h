@@ -125,6 +125,8 @@ class Stream final : private RendererObserver {
 
   template <typename Operation>
   auto AtRest(Operation operation);
+  template <typename Operation>
+  auto AtRestLocked(Operation operation);  ///< with api_ held
   int RenderBlock(std::int16_t* out, int frames);
   void TakeSentEvents();
   void TakeNewBank();
@@ -178,6 +180,7 @@ class Stream final : private RendererObserver {
   std::atomic<bass::HSOUNDFONT> font_handle_{0};
 
   std::vector<HeardSync> heard_now_;  ///< decoding: due at the end of this GetData
+  bool calling_heard_ = false;        ///< decoding: they are being called
   std::array<HeardSync, kHeardSyncs> heard_{};
   std::atomic<std::uint64_t> heard_written_{0};
   std::atomic<std::uint64_t> heard_read_{0};
