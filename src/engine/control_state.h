@@ -71,7 +71,7 @@ struct ChannelState {
   std::uint8_t fine_tuning_msb, fine_tuning_lsb;
   std::uint8_t coarse_tuning;
   bool registered_selected;  ///< data entry goes to the registered parameter of 101/100
-  std::uint8_t next_bank;  ///< which bank the next program change chooses from
+  std::uint8_t next_bank;    ///< which bank the next program change chooses from
   std::uint8_t preset_bank, preset_program;  ///< what the last program change chose
 
   std::uint32_t Get(ChannelValue which) const { return value[static_cast<std::size_t>(which)]; }

@@ -116,8 +116,8 @@ BOOL BASS_CALLBACK ChannelSetPosition(DWORD handle, QWORD pos, DWORD mode) {
                     [&](Stream& stream) { return Outcome(stream.SetPosition(pos, mode)); });
 }
 
-// Down to a whole frame; but a time that is exactly some frame's comes back as that frame, although
-// the division by the rate may have rounded it down.
+// Down to a whole frame, as Bytes2Seconds tells a frame's time: the product may have been rounded
+// past it in either direction.
 QWORD BASS_CALLBACK ChannelSeconds2Bytes(DWORD handle, double seconds) {
   return WithStream(handle, kError64, [&](const Stream&) {
     if (!(seconds >= 0) || seconds > 1e12) {
@@ -126,6 +126,7 @@ QWORD BASS_CALLBACK ChannelSeconds2Bytes(DWORD handle, double seconds) {
     }
     auto frame = static_cast<QWORD>(std::floor(seconds * kFramesPerSecond));
     if (static_cast<double>(frame + 1) / kFramesPerSecond <= seconds) ++frame;
+    if (static_cast<double>(frame) / kFramesPerSecond > seconds) --frame;
     return frame * kFrameBytes;
   });
 }
@@ -327,8 +328,8 @@ HENCODE BASS_CALLBACK EncodeStart(DWORD handle, const char* cmdline, DWORD flags
 }
 
 DWORD BASS_CALLBACK EncodeIsActive(DWORD handle) {
-  last_error = BASS_OK;
-  return TheLibrary().EncoderIsActive(handle) ? 1 : 0;
+  bool active = false;
+  return Succeeded(TheLibrary().EncoderIsActive(handle, &active)) && active ? 1 : 0;
 }
 
 BOOL BASS_CALLBACK EncodeStop(DWORD handle) { return Outcome(TheLibrary().StopEncoder(handle)); }

@@ -47,6 +47,8 @@ Library::~Library() { Free(); }
 int Library::Init(int device, bass::DWORD frequency) {
   if (device < -1 || device > 1) return bass::BASS_ERROR_DEVICE;
   if (frequency != kSampleRate) return bass::BASS_ERROR_FREQ;
+  if (Stream::InCallback() != nullptr) return bass::BASS_ERROR_ALREADY;
+  const std::lock_guard starting(life_mutex_);
   const std::lock_guard lock(mutex_);
   if (initialised_) return bass::BASS_ERROR_ALREADY;
   const std::lock_guard device_lock(device_mutex_);
@@ -61,10 +63,13 @@ int Library::Init(int device, bass::DWORD frequency) {
 }
 
 int Library::Free() {
+  if (Stream::InCallback() != nullptr) return bass::BASS_ERROR_NOTAVAIL;
+  const std::lock_guard ending(life_mutex_);
   std::vector<bass::HSTREAM> streams;
   {
     const std::lock_guard lock(mutex_);
     if (!initialised_) return bass::BASS_ERROR_INIT;
+    initialised_ = false;  // nothing new from here on
     for (const auto& [handle, stream] : streams_) streams.push_back(handle);
   }
   for (const bass::HSTREAM handle : streams) FreeStream(handle);
@@ -77,7 +82,6 @@ int Library::Free() {
   fonts_.clear();
   encoders_.clear();
   default_font_ = 0;
-  initialised_ = false;
   return bass::BASS_OK;
 }
 
@@ -161,6 +165,7 @@ int Library::FreeStream(bass::HSTREAM handle) {
     const std::lock_guard lock(mutex_);
     const auto place = streams_.find(handle);
     if (place == streams_.end()) return bass::BASS_ERROR_HANDLE;
+    if (!place->second->CanRest()) return bass::BASS_ERROR_NOTAVAIL;
     stream = std::move(place->second);
     streams_.erase(place);
   }
@@ -187,6 +192,7 @@ int Library::LoadFont(const std::string& path, bass::HSOUNDFONT* handle) {
   font->Prepare();
   *handle = NewHandle();
   const std::lock_guard lock(mutex_);
+  if (!initialised_) return bass::BASS_ERROR_INIT;
   fonts_.emplace(*handle, std::move(font));
   return bass::BASS_OK;
 }
@@ -270,16 +276,19 @@ int Library::StartEncoder(bass::DWORD stream, const std::string& command, bass::
   return bass::BASS_OK;
 }
 
-bool Library::EncoderIsActive(bass::DWORD handle) const {
+int Library::EncoderIsActive(bass::DWORD handle, bool* active) const {
   std::vector<std::shared_ptr<Encoder>> asked;
+  bool known = false;
   {
     const std::lock_guard lock(mutex_);
+    known = encoders_.contains(handle) || streams_.contains(handle);
     for (const auto& [number, entry] : encoders_) {
       if (number == handle || entry.stream == handle) asked.push_back(entry.encoder);
     }
   }
-  return std::any_of(asked.begin(), asked.end(),
-                     [](const auto& encoder) { return encoder->IsActive(); });
+  *active = std::any_of(asked.begin(), asked.end(),
+                        [](const auto& encoder) { return encoder->IsActive(); });
+  return known ? bass::BASS_OK : bass::BASS_ERROR_HANDLE;
 }
 
 int Library::StopEncoder(bass::HENCODE handle) {

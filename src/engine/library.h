@@ -52,7 +52,7 @@ class Library final : private StreamOutput {
   int StartEncoder(bass::DWORD stream, const std::string& command, bass::DWORD flags,
                    bass::HENCODE* handle);
   /// Whether an encoder lives; a stream's handle asks for any of its encoders.
-  bool EncoderIsActive(bass::DWORD handle) const;
+  int EncoderIsActive(bass::DWORD handle, bool* active) const;
   int StopEncoder(bass::HENCODE handle);
 
   /// A number that no other handle has or had.
@@ -78,6 +78,7 @@ class Library final : private StreamOutput {
   int AddStream(std::shared_ptr<const Song> song, bass::DWORD flags, bass::HSTREAM* handle);
   std::vector<std::shared_ptr<Stream>> PlayingStreams() const;
 
+  std::mutex life_mutex_;     ///< Init against Free; taken before the others
   mutable std::mutex mutex_;  ///< guards the tables; never held while a callback may run
   bool initialised_ = false;
   std::map<bass::HSTREAM, std::shared_ptr<Stream>> streams_;

@@ -494,8 +494,8 @@ void Renderer::SeekFrame(std::uint64_t frame) {
 void Renderer::SeekTick(std::uint32_t tick) { Seek(song_->time_line().FrameOfTick(tick, {})); }
 
 // Events that stand exactly at the frame are still to come: their notes sound and their syncs are
-// raised when rendering goes on. The values that they set can be read already; what hides behind the
-// values (the preset in use, the parameter selected for data entry) waits for the events
+// raised when rendering goes on. The values that they set can be read already; what hides behind
+// the values (the preset in use, the parameter selected for data entry) waits for the events
 // themselves, which find what they would find had everything been played.
 void Renderer::Seek(std::uint64_t frame) {
   const TimeLine& line = song_->time_line();

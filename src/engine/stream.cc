@@ -17,6 +17,8 @@ constexpr std::uint64_t kReservedSyncs = 64;
 
 /// The stream whose callbacks the thread may be in.
 thread_local Stream* rendering_stream = nullptr;
+/// The thread is the mixing thread, at work.
+thread_local bool mixing = false;
 /// The stream whose heard callbacks the dispatching thread is in.
 thread_local Stream* dispatching_stream = nullptr;
 
@@ -63,6 +65,8 @@ Stream* Stream::InCallback() {
   return rendering_stream != nullptr ? rendering_stream : dispatching_stream;
 }
 
+bool Stream::CanRest() const { return !mixing || decoding_ || rendering_stream == this; }
+
 // Runs an operation while nothing renders. Events that were sent before are applied before.
 template <typename Operation>
 auto Stream::AtRest(Operation operation) {
@@ -92,7 +96,7 @@ auto Stream::AtRestLocked(Operation operation) {
 
 int Stream::Play(bool restart) {
   if (decoding_) return bass::BASS_ERROR_DECODE;
-  if (InCallback() == this) return bass::BASS_ERROR_NOTAVAIL;
+  if (InCallback() == this || !CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   const int result = AtRest([&] {
     if (closed_) return bass::BASS_ERROR_HANDLE;
     if (restart || renderer_.ended()) {
@@ -119,6 +123,7 @@ void Stream::Forget() {
 
 // What was rendered before a stop at mix time plays out, and its syncs with it.
 int Stream::Stop() {
+  if (!CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   const bool at_mix_time = rendering_stream == this && !calling_heard_;
   const int result = AtRest([&] {
     if (rendering_stream != this && closed_) return bass::BASS_ERROR_HANDLE;
@@ -203,7 +208,7 @@ bass::QWORD Stream::BytesOfTick(std::uint32_t tick) const {
 }
 
 int Stream::SetPosition(bass::QWORD position, bass::DWORD mode) {
-  if (rendering_stream == this) return bass::BASS_ERROR_NOTAVAIL;
+  if (rendering_stream == this || !CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   if (mode != bass::BASS_POS_BYTE && mode != bass::BASS_POS_MIDI_TICK) {
     return bass::BASS_ERROR_NOTAVAIL;
   }
@@ -282,6 +287,7 @@ bass::DWORD Stream::GetData(void* buffer, bass::DWORD length) {
 
 void Stream::Mix(std::int16_t* out, int frames) {
   const RenderingScope scope(this);
+  mixing = true;
   block_device_frame_ = output_.TakenFrames();
   const int delivered = RenderBlock(mix_buffer_.data(), frames);
   for (int sample = 0; sample < 2 * delivered; ++sample) {
@@ -290,6 +296,7 @@ void Stream::Mix(std::int16_t* out, int frames) {
   if (renderer_.ended() && end_device_frame_.load() == kNever) {
     end_device_frame_.store(block_device_frame_ + static_cast<std::uint64_t>(delivered));
   }
+  mixing = false;
 }
 
 int Stream::RenderBlock(std::int16_t* out, int frames) {
@@ -433,10 +440,11 @@ int Stream::SendEvent(bass::DWORD channel, bass::DWORD event, bass::DWORD param)
     renderer_.Apply(static_cast<int>(channel), event, param);
     return bass::BASS_OK;
   }
+  if (!CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   const std::lock_guard api(api_);
   if (closed_) return bass::BASS_ERROR_HANDLE;
-  // A stream that has come to its end, or was stopped by a callback, may still be on the output; but
-  // that goes to sleep, and then nobody would read the queue.
+  // A stream that has come to its end, or was stopped by a callback, may still be on the output;
+  // but that goes to sleep, and then nobody would read the queue.
   if (!attached_.load(std::memory_order_relaxed) || !playing_.load()) {
     return AtRestLocked([&] {
       renderer_.Apply(static_cast<int>(channel), event, param);
@@ -484,7 +492,7 @@ bass::DWORD Stream::GetEvent(bass::DWORD channel, bass::DWORD event) const {
 // ---- Banks
 
 int Stream::SetFont(std::shared_ptr<SoundFont> font, bass::HSOUNDFONT handle) {
-  if (rendering_stream == this) return bass::BASS_ERROR_NOTAVAIL;
+  if (rendering_stream == this || !CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   auto bank = std::make_unique<NewBank>();
   if (font != nullptr) {
     bank->synth = font->CreateSynth();
@@ -528,6 +536,7 @@ void Stream::CollectRetired() { delete retired_.exchange(nullptr, std::memory_or
 // ---- Encoders
 
 int Stream::AddEncoder(bass::HENCODE handle, std::shared_ptr<Encoder> encoder, bool auto_free) {
+  if (!CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   return AtRest([&] {
     if (closed_) return bass::BASS_ERROR_HANDLE;
     encoders_.push_back({handle, std::move(encoder), auto_free});
@@ -536,6 +545,7 @@ int Stream::AddEncoder(bass::HENCODE handle, std::shared_ptr<Encoder> encoder, b
 }
 
 std::shared_ptr<Encoder> Stream::RemoveEncoder(bass::HENCODE handle) {
+  if (!CanRest()) return nullptr;
   return AtRest([&] {
     std::shared_ptr<Encoder> found;
     const auto place =

@@ -49,6 +49,11 @@ class Stream final : private RendererObserver {
   /// The stream whose callback the calling thread is in, null outside callbacks.
   static Stream* InCallback();
 
+  /// Whether the calling thread may wait until nothing renders this stream. Another playing
+  /// stream's callback at mix time may not: it is what the wait would be for. What changes this
+  /// stream fails there with 37.
+  bool CanRest() const;
+
   int Play(bool restart);
   int Stop();
   bass::DWORD IsActive() const;
