@@ -1,8 +1,11 @@
-/// solo_channels SONG FOLDER: writes a song for each channel that plays in SONG, with only that
-/// channel's notes, so that two renderings can be compared without other notes sounding over them.
+/// solo_channels SONG FOLDER [--clicks]: writes a song for each channel that plays in SONG, with
+/// only that channel's notes, so that two renderings can be compared without other notes sounding
+/// over them. With --clicks every program becomes a wood block, whose beginning can be told to a
+/// fraction of a millisecond.
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -14,6 +17,8 @@ namespace {
 
 using vexolo::engine::MidiEvent;
 using vexolo::engine::MidiFile;
+
+constexpr std::uint8_t kWoodBlock = 115;
 
 bool IsNote(const MidiEvent& event) { return event.command() == 0x90 || event.command() == 0x80; }
 
@@ -30,10 +35,11 @@ void PutLength(std::string* out, std::uint32_t value) {
 }
 
 /// What the file says of an event, without the time before it; empty for what plays no part.
-std::string Message(const MidiFile& file, const MidiEvent& event) {
+std::string Message(const MidiFile& file, const MidiEvent& event, bool clicks) {
   std::string out(1, static_cast<char>(event.status));
   if (event.status < 0xF0) {
-    out.push_back(static_cast<char>(event.data1));
+    const bool replaced = clicks && event.command() == 0xC0;
+    out.push_back(static_cast<char>(replaced ? kWoodBlock : event.data1));
     if (event.command() != 0xC0 && event.command() != 0xD0) {
       out.push_back(static_cast<char>(event.value));
     }
@@ -50,12 +56,12 @@ std::string Message(const MidiFile& file, const MidiEvent& event) {
   return out;
 }
 
-std::string Solo(const MidiFile& file, int channel) {
+std::string Solo(const MidiFile& file, int channel, bool clicks) {
   std::string track;
   std::uint32_t tick = 0;
   for (const MidiEvent& event : file.events()) {
     if (IsNote(event) && event.channel() != channel) continue;
-    const std::string message = Message(file, event);
+    const std::string message = Message(file, event, clicks);
     if (message.empty()) continue;
     PutLength(&track, event.tick - tick);
     track += message;
@@ -76,8 +82,9 @@ std::string Solo(const MidiFile& file, int channel) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fputs("Usage: solo_channels SONG FOLDER\n", stderr);
+  const bool clicks = argc == 4 && std::strcmp(argv[3], "--clicks") == 0;
+  if (argc != 3 && !clicks) {
+    std::fputs("Usage: solo_channels SONG FOLDER [--clicks]\n", stderr);
     return 2;
   }
   std::ifstream in(argv[1], std::ios::binary);
@@ -96,7 +103,7 @@ int main(int argc, char** argv) {
     if (!plays[channel]) continue;
     const std::string name = "channel-" + std::to_string(channel) + ".mid";
     std::ofstream out(std::string(argv[2]) + "/" + name, std::ios::binary);
-    out << Solo(*file, channel);
+    out << Solo(*file, channel, clicks);
     if (!out.flush()) return 1;
     std::puts(name.c_str());
   }
