@@ -57,12 +57,13 @@ constexpr bass::DWORD EventOf(int entry) {
              : kControllers[static_cast<std::size_t>(KindOf(entry) - 1)].event;
 }
 
-/// What is in force: the override, else what the song has set, else what the stream says (for an
-/// entry of which nothing is known yet). Never negative. Any thread.
+/// What is in force: the override, else what the stream says, else (no stream) the song's value as
+/// far as it is known. Never negative. Any thread.
 std::int32_t ValueInForce(const bass::Api& api, bass::HSTREAM stream, const MixState& state,
                           int entry);
 
-/// The song's own value, or what the stream says where nothing is known of it. Never negative.
+/// The song's own value, even while it is overridden: the current-value table's, or what the stream
+/// says where that holds none. Never negative. Any thread.
 std::int32_t SongValue(const bass::Api& api, bass::HSTREAM stream, const MixState& state,
                        int entry);
 
@@ -70,15 +71,21 @@ std::int32_t SongValue(const bass::Api& api, bass::HSTREAM stream, const MixStat
 /// values have no upper limit here: the synthesiser has its own.
 void SendValue(const bass::Api& api, bass::HSTREAM stream, int entry, std::int32_t value);
 
-/// The instrument operation: sends a channel's bank and then its program, both in force. The order
-/// matters: a bank acts with the program that follows it.
+/// Sends a channel's bank and then its program. The order matters: a bank acts with the program
+/// that follows it.
+void SendInstrument(const bass::Api& api, bass::HSTREAM stream, int channel, std::int32_t bank,
+                    std::int32_t program);
+
+/// The instrument operation: sends a channel's bank and program as they are in force.
 void SendInstrument(const bass::Api& api, bass::HSTREAM stream, const MixState& state, int channel);
 
-/// Sends what is in force for an entry: for a bank or a program the whole instrument, for a drum
-/// mode the instrument after it where one is overridden. Any thread, the mixing thread too.
-void SendInForce(const bass::Api& api, bass::HSTREAM stream, const MixState& state, int entry);
+/// Whether a channel's bank or program is overridden.
+bool HasInstrumentOverride(const MixState& state, int channel);
 
-/// Sends an entry again if it has an override; else nothing. Any thread, the mixing thread too.
+/// Sends again what the user has set for an entry: its override, for a bank or a program the whole
+/// instrument when either is overridden, and an overridden instrument after a drum mode too (a
+/// channel that changes it chooses its preset anew). Without override nothing is sent. Any thread,
+/// the mixing thread too.
 void ApplyOverride(const bass::Api& api, bass::HSTREAM stream, const MixState& state, int entry);
 
 /// Sends every override: after a song has been loaded and after every seek, which puts the stream

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "audio/bass.h"
+#include "mixer/controller_table.h"
 #include "mixer/mix_state.h"
 
 namespace vexolo {
@@ -19,7 +20,26 @@ struct MixSync {
 };
 inline constexpr int kMixSyncs = 18;
 /// In the order in which they are attached.
-extern const std::array<MixSync, kMixSyncs> kMixSyncTable;
+inline constexpr std::array<MixSync, kMixSyncs> kMixSyncTable = {{
+    {bass::MIDI_EVENT_VOLUME, 1, ControllerEntry(kVolumeKind, 0)},
+    {bass::MIDI_EVENT_PAN, 2, ControllerEntry(kPanKind, 0)},
+    {bass::MIDI_EVENT_REVERB, 3, ControllerEntry(kReverbKind, 0)},
+    {bass::MIDI_EVENT_CHORUS, 4, ControllerEntry(kChorusKind, 0)},
+    {bass::MIDI_EVENT_PROGRAM, 5, ControllerEntry(kProgramKind, 0)},
+    {bass::MIDI_EVENT_BANK, 6, ControllerEntry(kBankKind, 0)},
+    {bass::MIDI_EVENT_DRUMS, 18, ControllerEntry(kDrumKind, 0)},
+    {bass::MIDI_EVENT_REVERB_TIME, 7, SongEntry(1)},
+    {bass::MIDI_EVENT_REVERB_DELAY, 8, SongEntry(2)},
+    {bass::MIDI_EVENT_REVERB_LOCUTOFF, 9, SongEntry(3)},
+    {bass::MIDI_EVENT_REVERB_HICUTOFF, 10, SongEntry(4)},
+    {bass::MIDI_EVENT_REVERB_LEVEL, 11, SongEntry(5)},
+    {bass::MIDI_EVENT_CHORUS_DELAY, 12, SongEntry(6)},
+    {bass::MIDI_EVENT_CHORUS_DEPTH, 13, SongEntry(7)},
+    {bass::MIDI_EVENT_CHORUS_RATE, 14, SongEntry(8)},
+    {bass::MIDI_EVENT_CHORUS_FEEDBACK, 15, SongEntry(9)},
+    {bass::MIDI_EVENT_CHORUS_LEVEL, 16, SongEntry(10)},
+    {bass::MIDI_EVENT_CHORUS_REVERB, 17, SongEntry(11)},
+}};
 
 /// Owns what the syncs of a stream carry as their user pointer, so it must outlive the streams. May
 /// not be moved. One object serves one stream after the other, or several at once.
@@ -38,12 +58,11 @@ class MixCallbacks {
   int AttachMixSyncs(bass::HSTREAM stream);
 
  private:
-  /// What a sync carries.
+  /// What a mix-time sync carries.
   struct Context {
     const bass::Api* api = nullptr;
     MixState* state = nullptr;
-    int user_value = 0;
-    int first_entry = 0;
+    const MixSync* sync = nullptr;
   };
 
   /// Mixing thread: neither allocates nor locks.
@@ -53,8 +72,8 @@ class MixCallbacks {
                                          void* user);
 
   const bass::Api& api_;
+  MixState& state_;
   std::array<Context, kMixSyncs> contexts_;
-  std::array<Context, 2> lamp_contexts_;
 };
 
 }  // namespace vexolo

@@ -75,7 +75,8 @@ struct MixState {
 };
 
 /// To be called for each new song, before anything of it is loaded: no solo, no melody channel, no
-/// melody override. What belongs to the song's settings file comes with its load operations.
+/// melody override, current values unknown. What belongs to the song's settings file comes with its
+/// load operations.
 void ResetForSong(MixState& state);
 
 }  // namespace vexolo

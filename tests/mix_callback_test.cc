@@ -1,0 +1,169 @@
+// layer: core
+#include "mixer/mix_callback.h"
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "fakes/mixer_bench.h"
+
+namespace vexolo {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct MixCallback : testing::Test, MixerBench {
+  MixCallbacks callbacks{bass.api(), state};
+
+  MixCallback() {
+    attached = callbacks.AttachMixSyncs(audio.stream);
+    syncs = bass.Calls<FakeBass::SetSync>();
+    ReadCurrentValues(bass.api(), audio.stream, state);
+    bass.ClearCalls();
+  }
+
+  /// An event of the song: the library applies it, then calls the sync.
+  std::vector<std::string> Event(bass::DWORD channel, bass::DWORD event, bass::DWORD value) {
+    bass.SetValue(audio.stream, channel, event, value);
+    EXPECT_EQ(
+        1, bass.FireSync(audio.stream, bass::BASS_SYNC_MIDI_EVENT, event, channel << 16 | value));
+    return TakeEvents();
+  }
+
+  int attached = 0;
+  std::vector<FakeBass::SetSync> syncs;
+};
+
+TEST_F(MixCallback, EighteenMixTimeSyncsAreAttachedInOrder) {
+  EXPECT_EQ(18, attached);
+  std::vector<bass::QWORD> events;
+  for (const auto& sync : syncs) {
+    EXPECT_EQ(0x40010004u, sync.type);
+    EXPECT_EQ(syncs.front().proc, sync.proc);
+    events.push_back(sync.param);
+  }
+  EXPECT_THAT(events,
+              ElementsAre(12, 13, 23, 24, 2, 10, 6, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42));
+  EXPECT_EQ(0, callbacks.AttachMixSyncs(0));
+}
+
+TEST(MixSyncs, UserValuesNameTheSettings) {
+  std::vector<int> values;
+  for (const MixSync& sync : kMixSyncTable) {
+    values.push_back(sync.user_value);
+    EXPECT_EQ(sync.event, EventOf(sync.first_entry));
+  }
+  EXPECT_THAT(values, ElementsAre(1, 2, 3, 4, 5, 6, 18, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17));
+}
+
+TEST_F(MixCallback, WithoutOverrideTheSongHasItsWay) {
+  for (const MixSync& sync : kMixSyncTable) {
+    EXPECT_THAT(Event(0, sync.event, 1), IsEmpty());
+  }
+}
+
+TEST_F(MixCallback, EveryControllerIsOverriddenOnItsOwnChannelOnly) {
+  for (const int kind : {kVolumeKind, kPanKind, kReverbKind, kChorusKind, kDrumKind}) {
+    const int entry = ControllerEntry(kind, 5);
+    state.overrides.Set(entry, 1);
+    EXPECT_THAT(Event(5, EventOf(entry), 0),
+                ElementsAre("5 " + std::to_string(EventOf(entry)) + " 1"));
+    EXPECT_THAT(Event(6, EventOf(entry), 0), IsEmpty());
+    state.overrides.Clear();
+  }
+}
+
+TEST_F(MixCallback, EverySongWideParameterIsOverriddenWhateverTheChannel) {
+  for (int kind = 1; kind <= kSongKinds; ++kind) {
+    const int entry = SongEntry(kind);
+    state.overrides.Set(entry, 77);
+    const std::string sent = "0 " + std::to_string(31 + kind) + " 77";
+    EXPECT_THAT(Event(0, EventOf(entry), 500), ElementsAre(sent));
+    EXPECT_EQ(500, state.current_values.Get(entry));
+    bass.FireSync(audio.stream, bass::BASS_SYNC_MIDI_EVENT, EventOf(entry), 20u << 16 | 600);
+    EXPECT_THAT(TakeEvents(), ElementsAre(sent));
+    state.overrides.Clear();
+  }
+}
+
+TEST_F(MixCallback, ProgramEventMeetsTheProgramOverride) {
+  state.overrides.Set(ControllerEntry(kProgramKind, 2), 30);
+  bass.SetValue(audio.stream, 2, bass::MIDI_EVENT_BANK, 4);
+  EXPECT_THAT(Event(2, bass::MIDI_EVENT_PROGRAM, 7), ElementsAre("2 10 4", "2 2 30"));
+}
+
+TEST_F(MixCallback, BankEventMeetsTheProgramOverride) {
+  state.overrides.Set(ControllerEntry(kProgramKind, 2), 30);
+  EXPECT_THAT(Event(2, bass::MIDI_EVENT_BANK, 4), ElementsAre("2 10 4", "2 2 30"));
+}
+
+TEST_F(MixCallback, BankAndProgramEventsMeetTheBankOverride) {
+  state.overrides.Set(ControllerEntry(kBankKind, 2), 8);
+  EXPECT_THAT(Event(2, bass::MIDI_EVENT_BANK, 4), ElementsAre("2 10 8", "2 2 0"));
+  EXPECT_THAT(Event(2, bass::MIDI_EVENT_PROGRAM, 7), ElementsAre("2 10 8", "2 2 7"));
+  EXPECT_EQ(4, state.current_values.Get(ControllerEntry(kBankKind, 2)));
+  EXPECT_EQ(7, state.current_values.Get(ControllerEntry(kProgramKind, 2)));
+}
+
+TEST_F(MixCallback, DrumModeIsFollowedByAnOverriddenInstrument) {
+  state.overrides.Set(ControllerEntry(kProgramKind, 2), 30);
+  EXPECT_THAT(Event(2, bass::MIDI_EVENT_DRUMS, 1), ElementsAre("2 10 0", "2 2 30"));
+  state.overrides.Set(ControllerEntry(kDrumKind, 2), 0);
+  EXPECT_THAT(Event(2, bass::MIDI_EVENT_DRUMS, 1), ElementsAre("2 6 0", "2 10 0", "2 2 30"));
+}
+
+TEST_F(MixCallback, SystemResetLeavesEveryOverrideInForce) {
+  state.overrides.Set(ControllerEntry(kVolumeKind, 2), 90);
+  state.overrides.Set(ControllerEntry(kBankKind, 2), 8);
+  state.overrides.Set(ControllerEntry(kProgramKind, 2), 30);
+  state.overrides.Set(SongEntry(1), 4000);
+  ApplyAllOverrides(bass.api(), audio.stream, state);
+  // The library puts all values back first and then tells of each that changed.
+  for (const auto& [event, value] : {std::pair{bass::MIDI_EVENT_PROGRAM, 0u},
+                                     {bass::MIDI_EVENT_BANK, 0u},
+                                     {bass::MIDI_EVENT_VOLUME, 100u}}) {
+    bass.SetValue(audio.stream, 2, event, value);
+  }
+  bass.SetValue(audio.stream, 0, bass::MIDI_EVENT_REVERB_TIME, 1800);
+  Event(2, bass::MIDI_EVENT_PROGRAM, 0);
+  Event(2, bass::MIDI_EVENT_BANK, 0);
+  Event(2, bass::MIDI_EVENT_VOLUME, 100);
+  Event(0, bass::MIDI_EVENT_REVERB_TIME, 1800);
+  EXPECT_EQ(90u, bass.Value(audio.stream, 2, bass::MIDI_EVENT_VOLUME));
+  EXPECT_EQ(8u, bass.Value(audio.stream, 2, bass::MIDI_EVENT_BANK));
+  EXPECT_EQ(30u, bass.Value(audio.stream, 2, bass::MIDI_EVENT_PROGRAM));
+  EXPECT_EQ(4000u, bass.Value(audio.stream, 0, bass::MIDI_EVENT_REVERB_TIME));
+}
+
+TEST_F(MixCallback, SongsOwnValuesAreKnownWhileTheyAreOverridden) {
+  const int entry = ControllerEntry(kVolumeKind, 4);
+  state.overrides.Set(entry, 90);
+  Event(4, bass::MIDI_EVENT_VOLUME, 33);
+  EXPECT_EQ(33, state.current_values.Get(entry));
+  EXPECT_EQ(33, SongValue(bass.api(), audio.stream, state, entry));
+  EXPECT_EQ(90, ValueInForce(bass.api(), audio.stream, state, entry));
+}
+
+TEST_F(MixCallback, ChannelsBeyondSixteenAreIgnored) {
+  state.overrides.Set(16, 5);  // pan of channel 0 follows volume of channel 15
+  bass.FireSync(audio.stream, bass::BASS_SYNC_MIDI_EVENT, bass::MIDI_EVENT_VOLUME, 16u << 16 | 9);
+  bass.FireSync(audio.stream, bass::BASS_SYNC_MIDI_EVENT, bass::MIDI_EVENT_DRUMS, 0xFFFFFFFF);
+  EXPECT_THAT(TakeEvents(), IsEmpty());
+  EXPECT_EQ(64, state.current_values.Get(16));
+}
+
+TEST_F(MixCallback, EventsGoToTheStreamThatRaisedThem) {
+  state.overrides.Set(0, 5);
+  const bass::HSTREAM second = bass.AddStream({});
+  callbacks.AttachMixSyncs(second);
+  bass.ClearCalls();
+  bass.FireSync(second, bass::BASS_SYNC_MIDI_EVENT, bass::MIDI_EVENT_VOLUME, 9);
+  EXPECT_THAT(bass.Calls<FakeBass::StreamEvent>(),
+              ElementsAre(FakeBass::StreamEvent{second, 0, bass::MIDI_EVENT_VOLUME, 5}));
+}
+
+}  // namespace
+}  // namespace vexolo
