@@ -25,7 +25,7 @@ struct ControllersTest : testing::Test, MixerBench {
   Controllers controllers{bass.api(), state, audio, settings};
 
   ControllersTest() {
-    for (int program : {0, 5, 40}) audio.presets.At(0, program) = "p" + std::to_string(program);
+    for (int program : {0, 5, 40}) audio.presets.At(0, program) = std::to_string(program);
     audio.presets.At(8, 5) = "variation";
     audio.presets.At(128, 0) = "Standard kit";
     audio.presets.At(128, 25) = "Electronic kit";
@@ -224,7 +224,7 @@ TEST_F(ControllersTest, InstrumentIsBankThenProgramOverriddenOrTheStreams) {
 }
 
 TEST_F(ControllersTest, TipIsTheNameOfThePreset) {
-  EXPECT_EQ("p0", controllers.TipPreset(3));
+  EXPECT_EQ("0", controllers.TipPreset(3));
   EXPECT_EQ("Standard kit", controllers.TipPreset(9));
   state.overrides.Set(kProgram3, 5);
   state.overrides.Set(kBank3, 8);

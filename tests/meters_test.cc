@@ -63,7 +63,8 @@ TEST(Lamps, FrameGrowsWithTheLevel) {
   EXPECT_EQ(0, LampFrame(13));   // 0.974
   EXPECT_EQ(1, LampFrame(14));   // 1.045
   EXPECT_EQ(4, LampFrame(64));   // 4.560
-  EXPECT_EQ(7, LampFrame(113));  // 8.006
+  EXPECT_EQ(7, LampFrame(112));  // 7.935
+  EXPECT_EQ(8, LampFrame(113));  // 8.006
   EXPECT_EQ(8, LampFrame(127));
   EXPECT_EQ(8, LampFrame(1000));
 }

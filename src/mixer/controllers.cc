@@ -15,8 +15,8 @@ constexpr int kDrumBank = PresetNames::kBanks - 1;
 constexpr int kPixelStep = 1;
 
 std::string PanText(int value) {
-  if (value < kPanMiddle) return "G" + NumberToText(kPanMiddle - value);
-  if (value > kPanMiddle) return "D" + NumberToText(value - kPanMiddle);
+  if (value < kPanMiddle) return std::string("G").append(NumberToText(kPanMiddle - value));
+  if (value > kPanMiddle) return std::string("D").append(NumberToText(value - kPanMiddle));
   return " C ";
 }
 

@@ -104,7 +104,7 @@ std::string KnobTip(int knob, int value, std::string_view text) {
   const int shown = ClampToDrawn(knob, value);
   if (knob == kSpeedKnob) return {};
   if (knob >= kGainKnob) return FillIn(text, {FormatNumber(shown, kSignedFormat, '.')});
-  return shown == 0 ? "= 0" : "x" + NumberToText(shown / 100.0);
+  return shown == 0 ? "= 0" : std::string("x").append(NumberToText(shown / 100.0));
 }
 
 SpeedText SpeedKnobText(int base_tempo, int value) {
