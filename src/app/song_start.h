@@ -34,9 +34,9 @@ struct SongStartOptions {
   SongUse use = SongUse::kPlayback;
   bool use_song_settings = true;  ///< else the song starts with the defaults
   /// Called when the song's own settings have been read and before they act; may be empty.
-  std::function<void(MixState&)> adjust_mix;
+  std::function<void(MixState&)> adjust_mix{};
   /// The same for the markers. The speed factor is in force by then.
-  std::function<void(Markers&)> adjust_markers;
+  std::function<void(Markers&)> adjust_markers{};
 };
 
 enum class SongStartResult {

@@ -1,0 +1,126 @@
+// layer: core
+// Whole songs through the open engine, as a conversion pulls them.
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/song_start.h"
+#include "audio/loader.h"
+#include "fakes/fake_message_boxes.h"
+#include "fakes/temporary_folder.h"
+
+namespace vexolo {
+namespace {
+
+constexpr double kRate = 44100;
+
+class SongRunTest : public testing::Test {
+ protected:
+  SongRunTest() {
+    std::filesystem::copy_file(std::string(VEXOLO_SONGS) + "/a-la-claire-fontaine.mid", song_);
+  }
+  ~SongRunTest() override { binding_.Shutdown(); }
+
+  void SetUp() override {
+    ASSERT_TRUE(binding_.Initialise(nullptr, 0));
+    ASSERT_TRUE(binding_.ReplaceFont(VEXOLO_TEST_BANK, KeepBank::kForThisRun));
+  }
+
+  void Set(const char* section, const char* key, const std::string& value) {
+    ini_.WriteIni(section, key, value, folder_ / "song.zvn");
+  }
+  void SetMarkers(bool on, const char* start, const char* end) {
+    Set("Marqueurs", "Marche", on ? "1" : "0");
+    Set("Marqueurs", "Debut", start);
+    Set("Marqueurs", "Fin", end);
+  }
+
+  /// Every sample of the run, both channels, or the first `enough` of them and a few more.
+  std::vector<std::int16_t> Run(std::size_t enough = SIZE_MAX) {
+    std::vector<std::int16_t> samples;
+    if (start_.Start(song_, {.use = SongUse::kConversion}) != SongStartResult::kStarted) return {};
+    const bass::Api& api = library_->api();
+    const bass::HSTREAM stream = state_.audio.stream;
+    std::vector<std::int16_t> block(512);
+    while (samples.size() < enough &&
+           api.BASS_ChannelIsActive(stream) == bass::BASS_ACTIVE_PLAYING) {
+      const bass::DWORD got = api.BASS_ChannelGetData(stream, block.data(), 1024);
+      if (got == bass::kError32) break;
+      samples.insert(samples.end(), block.begin(),
+                     block.begin() + static_cast<std::ptrdiff_t>(got / sizeof(std::int16_t)));
+    }
+    return samples;
+  }
+
+  std::unique_ptr<AudioLibrary> library_ = AudioLibrary::OpenEngine();
+  TemporaryFolder folder_;
+  std::string song_ = folder_ / "song.mid";
+  FakeMessageBoxes boxes_;
+  ModIni ini_{folder_ / "Vexolo.ini", boxes_};
+  modMidiTest state_{library_->api(), nullptr};
+  AudioBinding binding_{library_->api(), state_.audio, ini_, boxes_};
+  SongSettings settings_{ini_, ','};
+  SongStart start_{library_->api(), state_, binding_, ini_, settings_, nullptr};
+};
+
+TEST_F(SongRunTest, MarkersAndSpeedCutOutTheTypedPartAndFadeItToSilence) {
+  Set("Tempo", "Slider", "20,0");      // factor 0.8
+  SetMarkers(true, "1,600", "4,800");  // typed as 2 and 6 seconds
+  const std::vector<std::int16_t> faded = Run();
+  EXPECT_TRUE(start_.end_has_run());
+  EXPECT_DOUBLE_EQ(0.8, state_.audio.speed_factor);
+  ASSERT_NEAR((6.0 + 0.3 + 0.01 - 2.0) * kRate, static_cast<double>(faded.size()) / 2, 3);
+
+  SetMarkers(true, "1,600", "0,000");
+  const std::vector<std::int16_t> whole = Run(faded.size() + 1);
+  EXPECT_FALSE(start_.end_has_run());
+  ASSERT_GT(whole.size(), faded.size());
+  // The same sound, sample for sample, times the falling gain from the end marker on.
+  const std::size_t fade_at = static_cast<std::size_t>(std::llround((6.0 - 2.0) * kRate)) * 2;
+  int loudest = 0;
+  for (std::size_t i = 0; i < faded.size(); ++i) {
+    const double late = i < fade_at ? 0 : static_cast<double>(i - fade_at) / (0.3 * kRate * 2);
+    const double expected = whole[i] * std::max(0.0, 1 - late);
+    ASSERT_NEAR(expected, faded[i], 0.5 + std::abs(whole[i]) * 3e-4) << i;
+    if (i < fade_at) loudest = std::max<int>(loudest, std::abs(whole[i]));
+  }
+  EXPECT_GT(loudest, 1000);
+  for (std::size_t i = faded.size() - 800; i < faded.size(); ++i) ASSERT_EQ(0, faded[i]);
+}
+
+TEST_F(SongRunTest, ARunTwiceIsTheSameSampleForSample) {
+  Set("Tempo", "Slider", "20,0");
+  Set("CC", "CC0", "60");
+  SetMarkers(true, "1,600", "4,800");
+  const std::vector<std::int16_t> first = Run();
+  const std::vector<std::int16_t> second = Run();
+  EXPECT_FALSE(first.empty());
+  EXPECT_EQ(first, second);
+}
+
+TEST_F(SongRunTest, TheLengthFollowsTheSpeedAndTheWholeSongEndsByItself) {
+  Run(1);
+  const double length = state_.audio.song_length;
+  EXPECT_GT(length, 10);
+  Set("Tempo", "Slider", "50");
+  const std::vector<std::int16_t> fast = Run();
+  EXPECT_TRUE(start_.end_has_run());
+  EXPECT_NEAR(length / 2, state_.audio.song_length, 0.002);
+  EXPECT_GE(static_cast<double>(fast.size()) / 2, state_.audio.song_length * kRate - 1);
+  EXPECT_LT(static_cast<double>(fast.size()) / 2, (state_.audio.song_length + 10) * kRate);
+}
+
+TEST_F(SongRunTest, WordsAndMelodyAreKnownBeforeTheRun) {
+  ASSERT_EQ(SongStartResult::kStarted, start_.Start(song_, {.use = SongUse::kConversion}));
+  EXPECT_GT(state_.lyrics.nNbParoles(), 10);
+  EXPECT_GE(state_.mix.MelodyChannel, 0);
+  start_.CloseSong();
+}
+
+}  // namespace
+}  // namespace vexolo
