@@ -151,6 +151,14 @@ TEST(CompareRender, FindsTheSecondThatIsLouder) {
   EXPECT_THAT(Passed(c), Contains(HasSubstr("level: ")));
 }
 
+TEST(CompareRender, FindsTheSideThatIsMissing) {
+  Sound one_sided = Reference();
+  for (std::size_t i = 1; i < one_sided.samples.size(); i += 2) one_sided.samples[i] = 0;
+  const Comparison c = Compare(Reference(), one_sided);
+  EXPECT_GT(c.level.max_db, 40);
+  EXPECT_THAT(Passed(c), Contains(HasSubstr("level: ")));
+}
+
 TEST(CompareRender, FindsTheOctaveThatIsLouder) {
   const Comparison c = Compare(Reference(), Play(Song(), 2828.4, 5656.9, 4));
   for (const BandReport& band : c.bands) {

@@ -64,19 +64,33 @@ struct Pair {
   std::size_t frames() const { return one.size() / channels; }
 };
 
+double PowerOfSide(std::span<const float> samples, std::size_t channels, std::size_t side) {
+  double sum = 0;
+  for (std::size_t i = side; i < samples.size(); i += channels) {
+    sum += static_cast<double>(samples[i]) * samples[i];
+  }
+  return sum / static_cast<double>(samples.size() / channels);
+}
+
+/// Each side by itself: one that is missing must not hide behind the other.
 LevelReport CompareLevels(const Pair& pair) {
   LevelReport report;
   const std::size_t second = pair.sample_rate * pair.channels;
   for (std::size_t start = 0; start < pair.one.size(); start += second) {
     const std::size_t count = std::min(second, pair.one.size() - start);
-    const double one = Decibels(PowerOf(pair.one.subspan(start, count)));
-    const double other = Decibels(PowerOf(std::span(pair.other).subspan(start, count)));
-    if (std::max(one, other) < kSecondFloorDb) continue;
-    ++report.seconds;
-    if (std::abs(other - one) > report.max_db) {
-      report.max_db = std::abs(other - one);
-      report.max_at = static_cast<double>(start / second);
+    bool loud = false;
+    for (std::size_t side = 0; side < pair.channels; ++side) {
+      const double one = Decibels(PowerOfSide(pair.one.subspan(start, count), pair.channels, side));
+      const double other =
+          Decibels(PowerOfSide(std::span(pair.other).subspan(start, count), pair.channels, side));
+      if (std::max(one, other) < kSecondFloorDb) continue;
+      loud = true;
+      if (std::abs(other - one) > report.max_db) {
+        report.max_db = std::abs(other - one);
+        report.max_at = static_cast<double>(start / second);
+      }
     }
+    if (loud) ++report.seconds;
   }
   return report;
 }

@@ -21,7 +21,7 @@ struct Sound {
 /// Reads a 16-bit WAV file. On failure returns false and puts one line into `error`.
 bool ReadSound(const std::string& path, Sound& sound, std::string& error);
 
-/// Levels are RMS over all channels, in dB relative to full scale (a full-scale sine has -3 dB).
+/// Levels are RMS, in dB relative to full scale (a full-scale sine has -3 dB).
 /// Differences are OTHER minus ONE, after the common gain has been taken out of OTHER. Nothing is
 /// shifted in time.
 struct OnsetReport {
@@ -36,7 +36,7 @@ struct OnsetReport {
 
 struct LevelReport {
   std::size_t seconds = 0;  ///< that were loud enough to be compared
-  double max_db = 0;        ///< largest difference without its sign
+  double max_db = 0;        ///< largest difference of either side, without its sign
   double max_at = 0;        ///< s, start of that second
 };
 
