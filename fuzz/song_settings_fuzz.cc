@@ -1,6 +1,7 @@
 // layer: core
 // Settings file of a song: any bytes load, whatever they hold is sent and drawn within its range,
 // and what is saved loads as the same.
+#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -60,6 +61,12 @@ void Check(bool holds) {
 
 /// One file for the whole run, gone with it.
 struct SongFile {
+  /// A file that has just changed is parsed for each key; one that is old only once.
+  void Age() const {
+    std::error_code error;
+    const auto now = std::filesystem::file_time_type::clock::now();
+    std::filesystem::last_write_time(path, now - std::chrono::hours(1), error);
+  }
   std::filesystem::path path = std::filesystem::temp_directory_path() /
                                ("vexolo-fuzz-" + std::to_string(std::random_device()()) + ".zvn");
   ~SongFile() {
@@ -116,6 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const SongFile file;
   std::ofstream(file.path, std::ios::binary)
       .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+  file.Age();
   NoBoxes boxes;
   ModIni ini("", boxes);
   SongSettings settings(ini, size % 2 == 0 ? '.' : ',');
@@ -136,8 +144,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   settings.SaveMute(state, 1);
   settings.SaveCC(state, 0);
   settings.SaveMarqueurs(audio.markers);
+  file.Age();
+  ModIni fresh_ini("", boxes);
+  SongSettings fresh_settings(fresh_ini, '.');
+  fresh_settings.SetSong(file.path.string());
   MixState again;
-  settings.LoadMix(again);
+  fresh_settings.LoadMix(again);
   CheckSame(state, again);
   return 0;
 }

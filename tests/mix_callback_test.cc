@@ -1,12 +1,14 @@
 // layer: core
 #include "mixer/mix_callback.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "audio/loader.h"
 #include "fakes/mixer_bench.h"
 
 namespace vexolo {
@@ -163,6 +165,96 @@ TEST_F(MixCallback, EventsGoToTheStreamThatRaisedThem) {
   bass.FireSync(second, bass::BASS_SYNC_MIDI_EVENT, bass::MIDI_EVENT_VOLUME, 9);
   EXPECT_THAT(bass.Calls<FakeBass::StreamEvent>(),
               ElementsAre(FakeBass::StreamEvent{second, 0, bass::MIDI_EVENT_VOLUME, 5}));
+}
+
+// ---- With the open engine: what the song has set in the end.
+
+/// Format 0, 480 ticks a quarter note; `events`: delta times and events, all below 128.
+std::string SongOf(const std::string& events) {
+  const std::string track = events + std::string("\x00\xFF\x2F\x00", 4);
+  std::string song("MThd\0\0\0\x06\0\0\0\x01\x01\xE0MTrk\0\0\0", 21);
+  return song + static_cast<char>(track.size()) + track;
+}
+
+struct MixCallbackOnEngine : testing::Test {
+  std::unique_ptr<AudioLibrary> library = AudioLibrary::OpenEngine();
+  const bass::Api& api = library->api();
+  MixState state;
+  MixCallbacks callbacks{api, state};
+  bass::HSTREAM stream = 0;
+  std::string song;
+
+  MixCallbackOnEngine() { api.BASS_Init(0, 44100, 0, nullptr, nullptr); }
+  ~MixCallbackOnEngine() override { api.BASS_Free(); }
+
+  void Open(const std::string& events) {
+    song = SongOf(events);
+    stream =
+        api.BASS_MIDI_StreamCreateFile(1, song.data(), 0, song.size(), bass::BASS_STREAM_DECODE, 0);
+    ASSERT_NE(0u, stream);
+    EXPECT_EQ(kMixSyncs, callbacks.AttachMixSyncs(stream));
+    ReadCurrentValues(api, stream, state);
+    ApplyAllOverrides(api, stream, state);
+  }
+  void RenderAll() {
+    std::vector<char> block(17640);
+    while (api.BASS_ChannelGetData(stream, block.data(), 17640) != bass::kError32) {
+    }
+  }
+  bass::DWORD Value(bass::DWORD channel, bass::DWORD event) {
+    return api.BASS_MIDI_StreamGetEvent(stream, channel, event);
+  }
+};
+
+// On channel 3: bank 3, program 24, volume 50, reverb send 70; a quarter note later the same again
+// with other values.
+const std::string kValues(
+    "\x00\xB2\x00\x03\x00\xC2\x18\x00\xB2\x07\x32\x00\xB2\x5B\x46"
+    "\x60\xB2\x00\x04\x00\xC2\x19\x00\xB2\x07\x33\x00\xB2\x5B\x47\x60\xB2\x40\x00",
+    34);
+const std::string kGmReset("\x00\xF0\x05\x7E\x7F\x09\x01\xF7\x60\xB2\x40\x00", 12);
+
+TEST_F(MixCallbackOnEngine, OverridesHoldAgainstEveryEventOfTheSong) {
+  state.overrides.Set(ControllerEntry(kVolumeKind, 2), 90);
+  state.overrides.Set(ControllerEntry(kBankKind, 2), 8);
+  state.overrides.Set(ControllerEntry(kProgramKind, 2), 30);
+  Open(kValues);
+  RenderAll();
+  EXPECT_EQ(90u, Value(2, bass::MIDI_EVENT_VOLUME));
+  EXPECT_EQ(8u, Value(2, bass::MIDI_EVENT_BANK));
+  EXPECT_EQ(30u, Value(2, bass::MIDI_EVENT_PROGRAM));
+  EXPECT_EQ(71u, Value(2, bass::MIDI_EVENT_REVERB));
+  EXPECT_EQ(51, state.current_values.Get(ControllerEntry(kVolumeKind, 2)));
+  EXPECT_EQ(4, state.current_values.Get(ControllerEntry(kBankKind, 2)));
+  EXPECT_EQ(25, state.current_values.Get(ControllerEntry(kProgramKind, 2)));
+}
+
+TEST_F(MixCallbackOnEngine, OverridesHoldAgainstASystemReset) {
+  state.overrides.Set(ControllerEntry(kVolumeKind, 2), 90);
+  state.overrides.Set(ControllerEntry(kBankKind, 2), 8);
+  state.overrides.Set(ControllerEntry(kProgramKind, 2), 30);
+  state.overrides.Set(ControllerEntry(kDrumKind, 9), 0);
+  state.overrides.Set(SongEntry(1), 4000);
+  Open(kValues + kGmReset);
+  RenderAll();
+  EXPECT_EQ(90u, Value(2, bass::MIDI_EVENT_VOLUME));
+  EXPECT_EQ(8u, Value(2, bass::MIDI_EVENT_BANK));
+  EXPECT_EQ(30u, Value(2, bass::MIDI_EVENT_PROGRAM));
+  EXPECT_EQ(40u, Value(2, bass::MIDI_EVENT_REVERB));
+  EXPECT_EQ(0u, Value(9, bass::MIDI_EVENT_DRUMS));
+  EXPECT_EQ(4000u, Value(0, bass::MIDI_EVENT_REVERB_TIME));
+  EXPECT_EQ(100, state.current_values.Get(ControllerEntry(kVolumeKind, 2)));
+}
+
+TEST_F(MixCallbackOnEngine, SeekNeedsTheOverridesAgain) {
+  state.overrides.Set(ControllerEntry(kVolumeKind, 2), 90);
+  Open(kValues);
+  ASSERT_TRUE(api.BASS_ChannelSetPosition(stream, 10, bass::BASS_POS_MIDI_TICK));
+  EXPECT_EQ(50u, Value(2, bass::MIDI_EVENT_VOLUME));
+  ReadCurrentValues(api, stream, state);
+  ApplyAllOverrides(api, stream, state);
+  EXPECT_EQ(90u, Value(2, bass::MIDI_EVENT_VOLUME));
+  EXPECT_EQ(50, state.current_values.Get(ControllerEntry(kVolumeKind, 2)));
 }
 
 }  // namespace
