@@ -1,15 +1,21 @@
 // layer: core
 // Whole songs through the open engine, as a conversion pulls them.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "app/song_conversion.h"
 #include "app/song_start.h"
+#include "app/time_format.h"
 #include "audio/loader.h"
 #include "fakes/fake_message_boxes.h"
 #include "fakes/temporary_folder.h"
@@ -18,6 +24,12 @@ namespace vexolo {
 namespace {
 
 constexpr double kRate = 44100;
+
+class Notifier : public EndOfSongNotifier {
+ public:
+  void SongEnded(bass::HSTREAM stream) override { ended = stream; }
+  std::atomic<bass::HSTREAM> ended{0};
+};
 
 class SongRunTest : public testing::Test {
  protected:
@@ -65,7 +77,8 @@ class SongRunTest : public testing::Test {
   modMidiTest state_{library_->api(), nullptr};
   AudioBinding binding_{library_->api(), state_.audio, ini_, boxes_};
   SongSettings settings_{ini_, ','};
-  SongStart start_{library_->api(), state_, binding_, ini_, settings_, nullptr};
+  Notifier notifier_;
+  SongStart start_{library_->api(), state_, binding_, ini_, settings_, &notifier_};
 };
 
 TEST_F(SongRunTest, MarkersAndSpeedCutOutTheTypedPartAndFadeItToSilence) {
@@ -120,6 +133,74 @@ TEST_F(SongRunTest, WordsAndMelodyAreKnownBeforeTheRun) {
   EXPECT_GT(state_.lyrics.nNbParoles(), 10);
   EXPECT_GE(state_.mix.MelodyChannel, 0);
   start_.CloseSong();
+}
+
+TEST_F(SongRunTest, ASongThatIsPlayedEndsAfterItsMarkerInItsOwnTime) {
+  using Clock = std::chrono::steady_clock;
+  SetMarkers(true, "1,000", "1,400");
+  const auto begun = Clock::now();
+  ASSERT_EQ(SongStartResult::kStarted, start_.Start(song_));
+  const bass::HSTREAM stream = state_.audio.stream;
+  while (notifier_.ended == 0 && Clock::now() - begun < std::chrono::seconds(20)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  EXPECT_EQ(stream, notifier_.ended);
+  EXPECT_GT(Clock::now() - begun, std::chrono::milliseconds(400));
+  EXPECT_EQ(bass::BASS_ACTIVE_STOPPED, library_->api().BASS_ChannelIsActive(stream));
+  EXPECT_FALSE(state_.audio.fading);
+  EXPECT_EQ(0.0, state_.audio.fade_gain);
+  start_.CloseSong();
+  EXPECT_EQ(0u, state_.audio.stream);
+}
+
+TEST_F(SongRunTest, AWavFileAndItsLyricsComeOfTheWholeRoad) {
+  Run(1);
+  const double first = state_.lyrics.syllable(1).time;  // at the song's own speed, as the markers
+  SetMarkers(true, std::to_string(first - 1).c_str(), std::to_string(first + 5).c_str());
+  RunRequest request;
+  request.settings.folder = folder_.path() + "/";
+  request.settings.scheme = "%A - %T";
+  request.settings.tags.artist = "Une chorale";
+  request.settings.tags.title = "La fontaine";
+  request.song_path = song_;
+  SongConversion conversion(state_, start_, song_);
+  double share = 0;
+  const RunResult result =
+      RunConversion(library_->api(), conversion, request, boxes_, [&](double done) {
+        EXPECT_TRUE(state_.converting);
+        share = done;
+        return true;
+      });
+  ASSERT_EQ(RunStatus::kDone, result.status);
+  EXPECT_NEAR(1.0, share, 0.001);
+  EXPECT_NEAR(6.31, result.seconds, 0.001);
+  EXPECT_EQ(folder_ / "Une chorale - La fontaine.wav", result.audio_path);
+  EXPECT_NEAR(6.31 * kRate * 4 + 44,
+              static_cast<double>(std::filesystem::file_size(result.audio_path)), 12);
+  const std::string lyrics = folder_.Read("Une chorale - La fontaine.kok");
+  // The first syllable, a second into the file.
+  const std::size_t time = lyrics.find(';') + 1;
+  EXPECT_NEAR(1.0, ParseTime(lyrics.substr(time, lyrics.find(';', time) - time)), 0.002) << lyrics;
+  EXPECT_GT(std::count(lyrics.begin(), lyrics.end(), ';'), 10);
+  EXPECT_FALSE(state_.converting);
+  EXPECT_EQ(0u, state_.audio.stream);
+  EXPECT_TRUE(boxes_.shown.empty());
+}
+
+TEST_F(SongRunTest, ASongThatCannotBeReadEndsTheRoadWithTheErrorBox) {
+  const std::string bad = folder_.Write("bad.mid", "this is no song");
+  RunRequest request;
+  request.settings.folder = folder_.path() + "/";
+  request.settings.scheme = "out";
+  request.song_path = bad;
+  request.texts.cannot_open = "Illisible";
+  SongConversion conversion(state_, start_, bad);
+  const RunResult result = RunConversion(library_->api(), conversion, request, boxes_);
+  EXPECT_EQ(RunStatus::kCannotOpenSong, result.status);
+  EXPECT_EQ(bass::BASS_ERROR_FILEFORM, result.audio_error);
+  ASSERT_EQ(1u, boxes_.shown.size());
+  EXPECT_TRUE(boxes_.shown[0].text.starts_with("Illisible"));
+  EXPECT_FALSE(state_.converting);
 }
 
 }  // namespace

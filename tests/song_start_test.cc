@@ -232,7 +232,7 @@ TEST_F(SongStartTest, SettingsOfTheSongCanBeLeftAsideAndAdjusted) {
 }
 
 TEST_F(SongStartTest, TheLineLimitOfTheLyricsHoldsForConversionsOnly) {
-  state_.conversion.lyric_line_length = 24;
+  state_.conversion.max_line_length = 24;
   Start(SongUse::kConversion);
   EXPECT_EQ(24, state_.lyrics.max_line_length());
   Start();

@@ -7,6 +7,7 @@
 
 #include "audio/audio_state.h"
 #include "audio/bass.h"
+#include "convert/conversion_settings.h"
 #include "lyrics/lyric_model.h"
 #include "mixer/mix_state.h"
 #include "playlist/play_list_model.h"
@@ -15,16 +16,6 @@ namespace vexolo {
 
 /// What the transport does at the end of a song. The numbers are stored; 1 is never set.
 enum RepeatMode : std::int32_t { kPlayListOnce = 0, kRepeatSong = 2, kRepeatList = 3 };
-
-/// How a conversion is made, as the settings and the conversion dialog have it.
-struct ConversionOptions {
-  std::string save_folder;
-  std::string save_scheme;
-  std::int32_t encoding = 0;  ///< 0 WAV, 1 MP3, 2 Ogg Vorbis
-  std::string rate;           ///< kbit/s, as text
-  bool make_lyric_file = true;
-  std::int16_t lyric_line_length = 0;  ///< characters, 0 = no limit
-};
 
 /// Folders last used.
 struct LastFolders {
@@ -52,7 +43,7 @@ struct modMidiTest {
 
   std::string language_file;  ///< full path
   LastFolders folders;
-  ConversionOptions conversion;
+  ConversionSettings conversion;
   bool converting = false;   ///< a conversion is under way
   bool convert_all = false;  ///< and the rest of the list is to follow
 };

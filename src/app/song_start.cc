@@ -61,8 +61,7 @@ SongStartResult SongStart::Start(const std::string& path, const SongStartOptions
 
 void SongStart::OpenLyrics(SongUse use) {
   const bool converts = use == SongUse::kConversion;
-  state_.lyrics.set_max_line_length(converts ? state_.conversion.lyric_line_length
-                                             : std::int16_t{0});
+  state_.lyrics.set_max_line_length(converts ? state_.conversion.max_line_length : std::int16_t{0});
   state_.lyrics.InitLyrics(state_.audio.stream, true);
   DetectMelodyChannel(api_, state_.audio.stream, SyllableTicks(state_.lyrics), state_.mix);
 }

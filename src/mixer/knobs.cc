@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "audio/audio_binding.h"
 #include "mixer/channel_strips.h"
 #include "platform/locale_format.h"
 #include "settings/language.h"
@@ -70,17 +71,13 @@ double SpeedFactor(int tempo) {
 }
 
 void SendTempo(const bass::Api& api, bass::HSTREAM stream, const AudioState& audio) {
-  if (stream == 0) return;
-  const int tempo = RoundToInt(audio.base_tempo.load() * audio.speed_factor.load());
-  api.BASS_MIDI_StreamEvent(stream, 0, bass::MIDI_EVENT_TEMPO,
-                            static_cast<bass::DWORD>(std::max(tempo, 1)));
+  ApplyTempo(api, stream, audio);
 }
 
 void RefreshTempo(const bass::Api& api, bass::HSTREAM stream, AudioState& audio) {
   if (stream == 0) return;
-  const bass::DWORD tempo = api.BASS_MIDI_StreamGetEvent(stream, 0, bass::MIDI_EVENT_TEMPO);
-  if (tempo != bass::kError32) audio.base_tempo = static_cast<std::int32_t>(tempo);
-  SendTempo(api, stream, audio);
+  RefreshBaseTempo(api, stream, audio);
+  ApplyTempo(api, stream, audio);
 }
 
 void NewTempo(const bass::Api& api, const MixState& state, AudioState& audio) {
