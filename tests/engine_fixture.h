@@ -182,13 +182,4 @@ inline double Hertz(const Pcm& sound, std::size_t from, std::size_t to) {
 
 inline double Cents(double hertz, double reference) { return 1200 * std::log2(hertz / reference); }
 
-inline double LargestStep(const Pcm& sound, std::size_t from, std::size_t to) {
-  const std::vector<double> side = Left(sound, from, to);
-  double step = 0;
-  for (std::size_t i = 1; i < side.size(); ++i) {
-    step = std::max(step, std::abs(side[i] - side[i - 1]));
-  }
-  return step;
-}
-
 }  // namespace vexolo::engine::testing
