@@ -288,6 +288,21 @@ TEST_F(TransportTest, TheTransportLeavesTheStreamOfAConversionAlone) {
   EXPECT_EQ(stream, Stream());
 }
 
+TEST_F(TransportTest, TheWholeListIsConvertedOneSongAfterTheOther) {
+  state_.playlist.set_current(1);
+  EXPECT_EQ(std::nullopt, transport_.NextToConvert());  // one song alone was asked for
+  EXPECT_EQ(1, Current());
+  state_.convert_all = true;
+  state_.repeat_mode = kRepeatList;
+  EXPECT_EQ(songs_[1], transport_.NextToConvert());
+  EXPECT_EQ(songs_[1], view_.titles.back());
+  EXPECT_EQ(songs_[2], transport_.NextToConvert());
+  EXPECT_TRUE(state_.convert_all);
+  EXPECT_EQ(std::nullopt, transport_.NextToConvert());
+  EXPECT_FALSE(state_.convert_all);
+  EXPECT_EQ(3, Current());
+}
+
 // ---- Markers
 
 TEST_F(TransportTest, PunchTurnsTheMarkersOnAndOffAndSavesThem) {

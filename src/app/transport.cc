@@ -119,6 +119,18 @@ void Transport::EndOfSong(bass::HSTREAM stream) {
   }
 }
 
+std::optional<std::string> Transport::NextToConvert() {
+  PlayListModel& playlist = parts_.state.playlist;
+  const int place = playlist.current() + 1;
+  if (!parts_.state.convert_all || place < 1 || place > playlist.count()) {
+    parts_.state.convert_all = false;
+    return std::nullopt;
+  }
+  playlist.PlayListSelect(place);
+  parts_.view.ShowTitle(playlist.Path(place));
+  return playlist.Path(place);
+}
+
 void Transport::Action_Punch() {
   Markers& markers = parts_.state.audio.markers;
   markers.on = !markers.on;

@@ -69,6 +69,11 @@ class Transport {
   /// one has no say.
   void EndOfSong(bass::HSTREAM stream);
 
+  /// While the whole list is converted: makes the following song the current one, to be converted
+  /// next, and shows its title. After the last song the whole list is done: nothing is returned and
+  /// the convert-all flag cleared. Repeat modes have no say.
+  std::optional<std::string> NextToConvert();
+
   void Action_Punch();
   void Action_PunchIn();
   void Action_PunchOut();
