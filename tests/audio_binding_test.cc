@@ -171,6 +171,12 @@ TEST_F(AudioBindingTest, ABankLoadedOnAnotherThreadIsTakenIntoUseOnThisOne) {
   EXPECT_EQ("/banks/one.sf2", audio_.font_path);
 }
 
+TEST_F(AudioBindingTest, TakingTheCurrentBankIntoUseAgainDoesNotFreeIt) {
+  ASSERT_TRUE(binding_.ReplaceFont("/banks/one.sf2"));
+  ASSERT_TRUE(binding_.AdoptBank(audio_.font, "/banks/one.sf2"));
+  EXPECT_TRUE(bass_.HasFont(audio_.font));
+}
+
 TEST_F(AudioBindingTest, PresetNamesAreReadFromAllBanksAndTheHighestLeavesOutDrumKits) {
   bass_.font.presets = {{{0, 0}, "Piano"},
                         {{127, 8}, "Fl\xC3\xBBte"},        // already UTF-8
