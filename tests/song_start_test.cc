@@ -231,6 +231,16 @@ TEST_F(SongStartTest, SettingsOfTheSongCanBeLeftAsideAndAdjusted) {
   EXPECT_EQ("", settings_.path());
 }
 
+TEST_F(SongStartTest, ASongCanPlayABankOfItsOwn) {
+  Start();
+  EXPECT_TRUE(bass_.Calls<FakeBass::SetFonts>().empty());
+  SongStartOptions options;
+  options.own_bank = true;
+  ASSERT_EQ(SongStartResult::kStarted, start_.Start(song_, options));
+  ASSERT_EQ(1u, stream().fonts.size());
+  EXPECT_EQ(state_.audio.font, stream().fonts[0].font);
+}
+
 TEST_F(SongStartTest, TheLineLimitOfTheLyricsHoldsForConversionsOnly) {
   state_.conversion.max_line_length = 24;
   Start(SongUse::kConversion);
