@@ -1,0 +1,256 @@
+#include "app/song_converter.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "audio/error_report.h"
+#include "convert/bitrates.h"
+#include "mixer/knobs.h"
+#include "platform/text_encoding.h"
+#include "settings/language.h"
+
+namespace vexolo {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Encoders would take a name that begins with "-" for an option; a full path never does.
+std::string Absolute(const std::string& path) {
+  std::error_code error;
+  const fs::path absolute = fs::absolute(ToNativePath(path.empty() ? "." : path), error);
+  return error ? path : FromNativePath(absolute.lexically_normal());
+}
+
+/// The same text for every way to name a file, whether it exists or not.
+std::string OneNameOf(const std::string& path) {
+  std::error_code error;
+  const fs::path canonical = fs::weakly_canonical(ToNativePath(path), error);
+  return error ? path : FromNativePath(canonical);
+}
+
+std::string WithError(const std::string& text, int code) {
+  return text + " (" + AudioErrorName(code) + ")";
+}
+
+std::string EncoderName(AudioFormat format) {
+  return format == AudioFormat::kMp3 ? "lame" : "oggenc";
+}
+
+std::string CannotStart(AudioFormat format, const RunResult& result) {
+  if (format == AudioFormat::kWav) {
+    return WithError(result.audio_path + " cannot be written", result.audio_error);
+  }
+  const std::string places = format == AudioFormat::kMp3
+                                 ? "in the program's folder or on the search path"
+                                 : "in the program's folder";
+  return WithError(EncoderName(format) + " cannot be started; it is looked for " + places,
+                   result.audio_error);
+}
+
+std::string EncoderFailed(AudioFormat format, const RunResult& result) {
+  const std::string who = format == AudioFormat::kWav ? result.audio_path : EncoderName(format);
+  return WithError(who + (format == AudioFormat::kWav ? " could not be written to its end"
+                                                      : " ended before the file was complete"),
+                   result.audio_error);
+}
+
+/// Why a run failed, in one line; empty where it did not.
+std::string ReasonOf(const RunResult& result, AudioFormat format) {
+  switch (result.status) {
+    case RunStatus::kDone:
+    case RunStatus::kCancelled:
+      return {};
+    case RunStatus::kRefused:
+      return result.audio_path + " is there already (-y replaces it)";
+    case RunStatus::kCannotMakeFolder:
+      return "the folder of " + result.audio_path +
+             " cannot be made: " + result.file_error.description;
+    case RunStatus::kFieldRefused:
+      return "the field \"" + std::string(FieldName(*result.field)) +
+             "\" has a quote in it or ends with a backslash, which the encoder cannot be given";
+    case RunStatus::kIsTheSong:
+      return result.audio_path + " is the song itself";
+    case RunStatus::kCannotOpenSong:
+      return WithError("cannot be read", result.audio_error);
+    case RunStatus::kTooLong:
+      return "is too long for a WAV file, which holds 4 GB";
+    case RunStatus::kNoSpace:
+      return "the disk has no room for " + result.audio_path;
+    case RunStatus::kCannotStart:
+      return CannotStart(format, result);
+    case RunStatus::kEncoderFailed:
+      return EncoderFailed(format, result);
+    case RunStatus::kLyricsNotWritten:
+      return "the lyrics file could not be written: " + result.file_error.description;
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string OutputClaims::Claim(const std::string& path, const std::string& song) {
+  const std::lock_guard lock(mutex_);
+  const auto [place, is_new] = songs_.emplace(OneNameOf(path), song);
+  return is_new ? std::string() : place->second;
+}
+
+ConvertDefaults LoadConvertDefaults(ModIni& ini) {
+  const ConversionSettings settings = LoadConversionSettings(ini);
+  return {settings.rate, settings.make_lyrics_file, settings.max_line_length,
+          IsAutoMuteOn(ini.ReadIni("Vexolo", "AutoMute"))};
+}
+
+/// The song that the converter has opened already: its names had to be known before.
+class SongConverter::OpenSong : public SongToConvert {
+ public:
+  explicit OpenSong(SongConverter& converter) : converter_(converter) {}
+
+  bass::HSTREAM OpenForRendering() override { return audio().stream; }
+
+  double RenderedSeconds() const override {
+    const AudioState& a = audio();
+    const double factor = a.speed_factor;
+    const double start =
+        StartInForce(a.markers, factor, a.song_length) ? ActingStart(a.markers, factor) : 0;
+    const double end = EndInForce(a.markers, factor, a.song_length)
+                           ? ActingEnd(a.markers, factor) + a.fade_length + a.tail
+                           : a.song_length;
+    return end - start;
+  }
+
+  bool EndHasRun() const override { return converter_.start_.end_has_run(); }
+
+  LyricsFileOptions LyricsOptions() const override {
+    const LyricModel& lyrics = converter_.state_.lyrics;
+    LyricsFileOptions options;
+    options.lyric_track = lyrics.nCanalLyrics();
+    if (lyrics.mark_type() > 0) options.mark_type = static_cast<bass::DWORD>(lyrics.mark_type());
+    options.markers = audio().markers;
+    options.speed_factor = audio().speed_factor;
+    options.convert = [&lyrics](std::string_view text) { return lyrics.ConvertLyricText(text); };
+    return options;
+  }
+
+  void Close() override { converter_.start_.CloseSong(); }
+
+ private:
+  const AudioState& audio() const { return converter_.state_.audio; }
+  SongConverter& converter_;
+};
+
+SongConverter::SongConverter(const ConvertContext& context)
+    : context_(context),
+      boxes_(context.options.overwrite),
+      ini_(context.settings_file, boxes_),
+      state_(context.api, nullptr),
+      binding_(context.api, state_.audio, ini_, boxes_),
+      settings_(ini_, context.decimal_separator),
+      start_(context.api, state_, binding_, ini_, settings_, nullptr) {
+  state_.conversion.max_line_length =
+      context.options.max_length.value_or(context.defaults.max_length);
+  state_.mix.AutoMute = context.options.auto_mute.value_or(context.defaults.auto_mute);
+}
+
+SongConverter::~SongConverter() { start_.CloseSong(); }
+
+SongReport SongConverter::Convert(const std::string& song, const RunProgress& progress) {
+  SongReport report;
+  report.song = song;
+  report.reason = Open(song);
+  if (report.reason.empty()) {
+    const RunRequest request = MakeRequest(song);
+    report.artist = request.settings.tags.artist;
+    report.title = request.settings.tags.title;
+    report.audio_path = AudioPath(OutputBaseOf(request), request.settings.format);
+    const std::string other = context_.claims.Claim(report.audio_path, song);
+    if (!other.empty()) {
+      report.reason = report.audio_path + " is the file of " + other + " already";
+    } else {
+      OpenSong open(*this);
+      const RunResult result = RunConversion(context_.api, open, request, boxes_, progress);
+      report.lyrics_path = result.lyrics_path;
+      report.seconds = result.seconds;
+      report.reason = ReasonOf(result, request.settings.format);
+      if (result.status == RunStatus::kCancelled) {
+        report.outcome = SongReport::Outcome::kInterrupted;
+      }
+    }
+  }
+  start_.CloseSong();
+  if (!report.reason.empty()) report.outcome = SongReport::Outcome::kFailed;
+  return report;
+}
+
+std::string SongConverter::Open(const std::string& song) {
+  if (!FileExists(song)) return "there is no such file";
+  SongStartOptions options;
+  options.use = SongUse::kConversion;
+  options.use_song_settings = !context_.options.ignore_song_settings;
+  options.adjust_mix = [this](MixState& mix) { AdjustMix(mix); };
+  options.adjust_markers = [this](Markers& markers) { AdjustMarkers(markers); };
+  bank_is_missing_ = false;
+  if (start_.Start(song, options) != SongStartResult::kStarted) {
+    return WithError("cannot be read", context_.api.BASS_ErrorGetCode());
+  }
+  return bank_is_missing_ ? "the SoundFont cannot be opened" : std::string();
+}
+
+void SongConverter::AdjustMix(MixState& mix) {
+  const ConvertOptions& options = context_.options;
+  stored_factor_ = SpeedFactor(mix.Tempo);
+  if (options.transpose) mix.Transpose = *options.transpose;
+  if (options.tempo) mix.Tempo = *options.tempo;
+  if (options.gain) mix.Gain = *options.gain;
+  for (int channel = 0; channel < kChannels; ++channel) {
+    const bool is_muted = (options.mute >> channel & 1U) != 0;
+    if (is_muted) mix.ChannelMute[static_cast<std::size_t>(channel)] = 1;
+  }
+  const bass::HSOUNDFONT bank = context_.banks.ForGain(mix.Gain);
+  bank_is_missing_ = bank == 0;
+  state_.audio.font = bank;
+  const bass::BASS_MIDI_FONT entry = {bank, -1, 0};
+  context_.api.BASS_MIDI_StreamSetFonts(state_.audio.stream, &entry, 1);
+}
+
+void SongConverter::AdjustMarkers(Markers& markers) {
+  const ConvertOptions& options = context_.options;
+  const double factor = state_.audio.speed_factor;
+  RescaleForSpeed(markers, stored_factor_, factor);
+  if (!options.start && !options.end) return;
+  // What the song's settings keep switched off does not come back with the other marker.
+  if (!markers.on) markers = {};
+  markers.on = true;
+  if (options.start) markers.start = StoredTime(*options.start, factor);
+  if (options.end) markers.end = StoredTime(*options.end, factor);
+}
+
+RunRequest SongConverter::MakeRequest(const std::string& song) const {
+  const ConvertOptions& options = context_.options;
+  const ConvertDefaults& defaults = context_.defaults;
+  RunRequest request;
+  request.song_path = song;
+  request.program_folder = context_.program_folder;
+  request.keep_incomplete = false;
+  ConversionSettings& settings = request.settings;
+  settings.folder = Absolute(options.output_folder ? *options.output_folder : FolderOf(song));
+  settings.scheme = options.name_scheme;
+  settings.format = options.format;
+  settings.rate = options.rate.value_or(defaults.rate);
+  settings.make_lyrics_file = options.lyrics.value_or(defaults.lyrics);
+  settings.max_line_length = options.max_length.value_or(defaults.max_length);
+  settings.tags = {options.artist.value_or(SongText(state_.lyrics.artist())),
+                   options.title.value_or(SongText(state_.lyrics.title())),
+                   options.album,
+                   options.year,
+                   options.track,
+                   options.genre,
+                   options.comment};
+  return request;
+}
+
+std::string SongConverter::SongText(const std::string& bytes) const {
+  return Utf8FromWindows1252(state_.lyrics.ConvertLyricText(bytes));
+}
+
+}  // namespace vexolo

@@ -1,0 +1,20 @@
+/// Ctrl-C.
+#pragma once
+
+namespace vexolo {
+
+/// While it lives, the first request to end the program (Ctrl-C, a hang-up, a plain kill) is only
+/// noted, so that work under way can be cleared up; the second one ends the program as usual. One
+/// at a time; made and destroyed on the main thread.
+class InterruptWatch {
+ public:
+  InterruptWatch();
+  ~InterruptWatch();
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+  /// Whether a request has come since the watch began. Any thread.
+  bool IsRequested() const;
+};
+
+}  // namespace vexolo
