@@ -141,6 +141,20 @@ TEST_F(PlayingTest, TheEndComesOnceAndTheSongCanBeStartedAgain) {
   EXPECT_EQ(begins, 3);
 }
 
+TEST_F(PlayingTest, AnOldEndIsForgotten) {
+  const DWORD stream = Create(SongBuilder().End(1920), 0);
+  ASSERT_TRUE(Seek(stream, 1900, kTicks));
+  ASSERT_TRUE(Play(stream));
+  ASSERT_TRUE(WaitFor([&] { return !Active(stream); }));
+  ASSERT_TRUE(Play(stream));
+  std::this_thread::sleep_for(50ms);
+  EXPECT_TRUE(Active(stream));
+  ASSERT_TRUE(Seek(stream, 1900, kTicks));
+  ASSERT_TRUE(WaitFor([&] { return !Active(stream); }));
+  ASSERT_TRUE(Seek(stream, 100, kTicks));
+  EXPECT_FALSE(Active(stream)) << "a seek alone does not start it";
+}
+
 TEST_F(PlayingTest, RestartGoesToTheBeginning) {
   const DWORD stream = Create(SongBuilder().End(9600), 0);
   ASSERT_TRUE(Seek(stream, 4800, kTicks));
