@@ -132,15 +132,12 @@ class Command {
     const std::string bank = FindBank();
     if (bank.empty()) return kExitFailed;
     BankPool banks(environment_.api, [&] { return binding_.LoadBank(bank); });
-    const bass::HSOUNDFONT font = banks.ForGain(options_.gain.value_or(0));
-    if (font == 0) {
+    // There is no default bank: a stream that began with it would cross over to its own.
+    if (banks.ForGain(options_.gain.value_or(0)) == 0) {
       Complain(bank + ": the SoundFont cannot be opened (" +
                AudioErrorName(environment_.api.BASS_ErrorGetCode()) + ")");
       return kExitFailed;
     }
-    const bass::BASS_MIDI_FONT entry = {font, -1, 0};
-    environment_.api.BASS_MIDI_StreamSetFonts(0, &entry, 1);
-
     const ConvertDefaults defaults = LoadConvertDefaults(ini_);
     OutputClaims claims;
     const ConvertContext context = {environment_.api,

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "app/song_conversion.h"
 #include "audio/error_report.h"
 #include "convert/bitrates.h"
 #include "mixer/knobs.h"
@@ -101,42 +102,17 @@ ConvertDefaults LoadConvertDefaults(ModIni& ini) {
           IsAutoMuteOn(ini.ReadIni("Vexolo", "AutoMute"))};
 }
 
-/// The song that the converter has opened already: its names had to be known before.
-class SongConverter::OpenSong : public SongToConvert {
+/// The song that the converter has opened already: its names had to be known before the run.
+class SongConverter::OpenSong : public SongConversion {
  public:
-  explicit OpenSong(SongConverter& converter) : converter_(converter) {}
+  OpenSong(SongConverter& converter, const std::string& song)
+      : SongConversion(converter.state_, converter.start_, song),
+        stream_(converter.state_.audio.stream) {}
 
-  bass::HSTREAM OpenForRendering() override { return audio().stream; }
-
-  double RenderedSeconds() const override {
-    const AudioState& a = audio();
-    const double factor = a.speed_factor;
-    const double start =
-        StartInForce(a.markers, factor, a.song_length) ? ActingStart(a.markers, factor) : 0;
-    const double end = EndInForce(a.markers, factor, a.song_length)
-                           ? ActingEnd(a.markers, factor) + a.fade_length + a.tail
-                           : a.song_length;
-    return end - start;
-  }
-
-  bool EndHasRun() const override { return converter_.start_.end_has_run(); }
-
-  LyricsFileOptions LyricsOptions() const override {
-    const LyricModel& lyrics = converter_.state_.lyrics;
-    LyricsFileOptions options;
-    options.lyric_track = lyrics.nCanalLyrics();
-    if (lyrics.mark_type() > 0) options.mark_type = static_cast<bass::DWORD>(lyrics.mark_type());
-    options.markers = audio().markers;
-    options.speed_factor = audio().speed_factor;
-    options.convert = [&lyrics](std::string_view text) { return lyrics.ConvertLyricText(text); };
-    return options;
-  }
-
-  void Close() override { converter_.start_.CloseSong(); }
+  bass::HSTREAM OpenForRendering() override { return stream_; }
 
  private:
-  const AudioState& audio() const { return converter_.state_.audio; }
-  SongConverter& converter_;
+  const bass::HSTREAM stream_;
 };
 
 SongConverter::SongConverter(const ConvertContext& context)
@@ -167,7 +143,7 @@ SongReport SongConverter::Convert(const std::string& song, const RunProgress& pr
     if (!other.empty()) {
       report.reason = report.audio_path + " is the file of " + other + " already";
     } else {
-      OpenSong open(*this);
+      OpenSong open(*this, song);
       const RunResult result = RunConversion(context_.api, open, request, boxes_, progress);
       report.lyrics_path = result.lyrics_path;
       report.seconds = result.seconds;
@@ -186,14 +162,14 @@ std::string SongConverter::Open(const std::string& song) {
   if (!FileExists(song)) return "there is no such file";
   SongStartOptions options;
   options.use = SongUse::kConversion;
+  options.own_bank = true;
   options.use_song_settings = !context_.options.ignore_song_settings;
   options.adjust_mix = [this](MixState& mix) { AdjustMix(mix); };
   options.adjust_markers = [this](Markers& markers) { AdjustMarkers(markers); };
-  bank_is_missing_ = false;
   if (start_.Start(song, options) != SongStartResult::kStarted) {
     return WithError("cannot be read", context_.api.BASS_ErrorGetCode());
   }
-  return bank_is_missing_ ? "the SoundFont cannot be opened" : std::string();
+  return state_.audio.font == 0 ? "the SoundFont cannot be opened" : std::string();
 }
 
 void SongConverter::AdjustMix(MixState& mix) {
@@ -206,11 +182,7 @@ void SongConverter::AdjustMix(MixState& mix) {
     const bool is_muted = (options.mute >> channel & 1U) != 0;
     if (is_muted) mix.ChannelMute[static_cast<std::size_t>(channel)] = 1;
   }
-  const bass::HSOUNDFONT bank = context_.banks.ForGain(mix.Gain);
-  bank_is_missing_ = bank == 0;
-  state_.audio.font = bank;
-  const bass::BASS_MIDI_FONT entry = {bank, -1, 0};
-  context_.api.BASS_MIDI_StreamSetFonts(state_.audio.stream, &entry, 1);
+  state_.audio.font = context_.banks.ForGain(mix.Gain);
 }
 
 void SongConverter::AdjustMarkers(Markers& markers) {

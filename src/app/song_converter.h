@@ -106,7 +106,6 @@ class SongConverter {
   SongSettings settings_;
   SongStart start_;
   double stored_factor_ = 1;  ///< speed factor of the song's settings, to which its markers belong
-  bool bank_is_missing_ = false;
 };
 
 }  // namespace vexolo

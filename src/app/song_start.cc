@@ -46,12 +46,12 @@ SongStartResult SongStart::Start(const std::string& path, const SongStartOptions
   if (ini_.ReadIni("Vexolo", "Debug_MidiTxt") == "1") MidiDump(true).MidiFileDump(path);
   state_.audio.stream = CreateStream(api_, false, path, 0, 0, FlagsFor(options.use), 0);
   if (state_.audio.stream == 0) return SongStartResult::kCannotOpen;
+  OpenLyrics(options.use);
+  LoadSettings(path, options);
   if (options.own_bank) {
     const bass::BASS_MIDI_FONT entry = {state_.audio.font, -1, 0};
     api_.BASS_MIDI_StreamSetFonts(state_.audio.stream, &entry, 1);
   }
-  OpenLyrics(options.use);
-  LoadSettings(path, options);
   AttachSyncs(options.use);
   ApplyMix();
   RefreshBaseTempo(api_, state_.audio.stream, state_.audio);

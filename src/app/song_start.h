@@ -33,7 +33,7 @@ enum class SongUse { kPlayback, kConversion };
 struct SongStartOptions {
   SongUse use = SongUse::kPlayback;
   /// The stream plays the bank of this record instead of the library's default one: for songs that
-  /// are converted side by side, whose Gain settings differ.
+  /// are converted side by side, whose Gain settings differ. adjust_mix may still choose the bank.
   bool own_bank = false;
   bool use_song_settings = true;  ///< else the song starts with the defaults
   /// Called when the song's own settings have been read and before they act; may be empty.
