@@ -163,6 +163,16 @@ TEST_F(SongStartTest, ASongThatCannotBeOpenedLeavesNoStream) {
   EXPECT_EQ(0u, state_.audio.song_length_ticks);
 }
 
+TEST_F(SongStartTest, WhatIsChangedAfterASongThatCannotBeOpenedIsNotSavedForTheOneBefore) {
+  ASSERT_EQ(SongStartResult::kStarted, Start());
+  bass_.Fail("BASS_MIDI_StreamCreateFile", bass::BASS_ERROR_FILEFORM);
+  ASSERT_EQ(SongStartResult::kCannotOpen, start_.Start(folder_ / "other.mid", {}));
+  state_.mix.Gain = 7;
+  settings_.SaveGain(state_.mix);
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "song.zvn"));
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "other.zvn"));
+}
+
 TEST_F(SongStartTest, WordsOfTheSongBeforeDoNotOutliveIt) {
   bass_.song.track_names = {"words"};
   bass_.song.marks[bass::BASS_MIDI_MARK_LYRIC] = {{0, 400, "la"}, {0, 800, "la"}};

@@ -38,6 +38,8 @@ SongStart::SongStart(const bass::Api& api, modMidiTest& state, AudioBinding& bin
 
 SongStartResult SongStart::Start(const std::string& path, const SongStartOptions& options) {
   CloseSong();
+  // Where the new song cannot be opened, nothing may be saved for the one before it.
+  settings_.SetSong({});
   end_has_run_ = false;
   end_fade_.ForgetStream();
   state_.lyrics.ResetForSong();
