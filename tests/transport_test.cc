@@ -100,6 +100,25 @@ TEST_F(TransportTest, PlayTakesTheFirstSongWhereThereIsNoCurrentOne) {
   EXPECT_EQ(1, state_.playlist.playing());
 }
 
+TEST_F(TransportTest, PlayShowsTheTitleOfASongThatWasNotShownYet) {
+  transport_.Action_PlaySelected(3);
+  transport_.Action_Next();
+  ASSERT_EQ("", view_.titles.back());
+  transport_.Action_Play();  // after the end of the list
+  EXPECT_EQ(songs_[0], view_.titles.back());
+  transport_.Action_PlaySelected(3);
+  transport_.Action_Next();
+  state_.playlist.AjouteFichierPlayList(songs_[1]);
+  transport_.Action_Play();
+  EXPECT_EQ(songs_[1], Playing());
+  EXPECT_EQ(songs_[1], view_.titles.back());
+  EXPECT_EQ(4, state_.playlist.playing());
+  const std::size_t shown = view_.titles.size();
+  transport_.Action_Stop();
+  transport_.Action_Play();
+  EXPECT_EQ(shown, view_.titles.size());
+}
+
 TEST_F(TransportTest, PlayWithAnEmptyListDoesNothing) {
   state_.playlist.Clear();
   transport_.Action_Play();
@@ -389,6 +408,17 @@ TEST_F(TransportTest, ReleasingTheSliderWithoutASongOnlyStartsTheTimerAgain) {
   bass_.ClearCalls();
   transport_.SliderReleased(250, 0);
   EXPECT_TRUE(bass_.texts().empty());
+}
+
+TEST_F(TransportTest, TheSliderDoesNotMoveTheStreamOfAConversion) {
+  ASSERT_EQ(SongStartResult::kStarted, start_.Start(songs_[0], {.use = SongUse::kConversion}));
+  state_.converting = true;
+  bass_.ClearCalls();
+  transport_.SliderPressed();
+  transport_.SliderReleased(250, 1000);
+  EXPECT_TRUE(bass_.texts().empty());
+  EXPECT_FALSE(state_.seeking);
+  EXPECT_THAT(view_.timer, ElementsAre(false, true));
 }
 
 TEST_F(TransportTest, AfterASeekTheDisplayShowsTheSyllableOfTheNewPlace) {

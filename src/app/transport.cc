@@ -15,11 +15,22 @@ void Transport::Action_Play() {
   modMidiTest& state = parts_.state;
   if (state.converting) return;
   parts_.view.DrawPlay(true);
-  const int place = state.playlist.current();
-  if (place < 1 || place > state.playlist.count()) state.playlist.PlayListSelect(1);
-  const std::string path = state.playlist.Path(state.playlist.current());
+  const std::string path = CurrentSong();
   state.playing = !path.empty() && StartSong(path);
   if (!state.playing) parts_.view.DrawPlay(false);
+}
+
+std::string Transport::CurrentSong() {
+  PlayListModel& playlist = parts_.state.playlist;
+  int place = playlist.current();
+  if (place < 1 || place > playlist.count()) place = 1;
+  const std::string path = playlist.Path(place);
+  // Another one is shown, or none, where the list has ended or changed since a song was chosen.
+  if (!path.empty() && playlist.playing() != place) {
+    playlist.PlayListSelect(place);
+    parts_.view.ShowTitle(path);
+  }
+  return path;
 }
 
 bool Transport::StartSong(const std::string& path) {
@@ -175,7 +186,7 @@ void Transport::SliderPressed() {
 
 void Transport::SliderReleased(double value, double maximum) {
   const double length = parts_.state.audio.song_length_ticks;
-  if (length > 0 && maximum > 0) {
+  if (length > 0 && maximum > 0 && !parts_.state.converting) {
     const double ticks = std::clamp((1.0 / maximum) * value * length, 0.0, length);
     if (parts_.song_start.Seek(static_cast<bass::QWORD>(std::llround(ticks)),
                                bass::BASS_POS_MIDI_TICK)) {

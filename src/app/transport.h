@@ -33,7 +33,8 @@ class TransportView {
   virtual std::optional<std::string> AskTime(const std::string& proposed) = 0;
 };
 
-/// Window thread only. While a conversion is under way, what would end its stream does nothing.
+/// Window thread only. While a conversion is under way, what would end or move its stream does
+/// nothing.
 class Transport {
  public:
   struct Parts {
@@ -52,7 +53,8 @@ class Transport {
   explicit Transport(const Parts& parts) : parts_(parts) {}
 
   /// Starts the current song of the playlist, from its beginning; without a current song (none
-  /// chosen yet, or the end of the list reached) the first one.
+  /// chosen yet, or the end of the list reached) the first one. Shows its title where that is not
+  /// shown already.
   void Action_Play();
   /// Stops and frees the stream; the song stays the current one.
   void Action_Stop();
@@ -87,6 +89,8 @@ class Transport {
 
  private:
   void CloseSong();
+  /// Its path, once it is marked in the list and its title shown; empty where the list is.
+  std::string CurrentSong();
   void PlayPlace(int place);
   void NothingPlays();
   bool StartSong(const std::string& path);
