@@ -197,7 +197,6 @@ TEST_F(KnobsTest, NothingIsSentWithoutAStream) {
   state.Tempo = 500;
   ApplyTranspose(bass.api(), 0, 5);
   NewTempo(bass.api(), state, audio);
-  RefreshTempo(bass.api(), 0, audio);
   EXPECT_EQ(0, bass.CallCount("BASS_MIDI_StreamEvent"));
   EXPECT_EQ(0, bass.CallCount("BASS_MIDI_StreamGetEvent"));
   EXPECT_DOUBLE_EQ(0.5, audio.speed_factor);
@@ -223,17 +222,6 @@ TEST(SpeedFactor, FollowsTheTempo) {
 TEST(SpeedFactor, NeverReachesTheStreamAtZeroOrBelow) {
   EXPECT_DOUBLE_EQ(0.4, SpeedFactor(1000));
   EXPECT_DOUBLE_EQ(0.4, SpeedFactor(32767));
-}
-
-TEST_F(KnobsTest, TempoIsReadFromTheStreamAndSentTimesTheFactor) {
-  bass.SetValue(audio.stream, 0, bass::MIDI_EVENT_TEMPO, 600001);
-  audio.speed_factor = 1.5;
-  RefreshTempo(bass.api(), audio.stream, audio);
-  EXPECT_EQ(600001, audio.base_tempo);
-  EXPECT_THAT(TakeEvents(), ElementsAre("0 62 900002"));  // 900001.5, halves to even
-  bass.Fail("BASS_MIDI_StreamGetEvent", bass::BASS_ERROR_HANDLE);
-  RefreshTempo(bass.api(), audio.stream, audio);
-  EXPECT_EQ(600001, audio.base_tempo);
 }
 
 TEST_F(KnobsTest, ValuesOutOfRangeAreSentWithinIt) {

@@ -1,6 +1,5 @@
 #include "audio/audio_binding.h"
 
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -14,9 +13,7 @@ namespace vexolo {
 namespace {
 
 #ifdef _WIN32
-std::wstring WidePath(const std::string& path) {
-  return std::filesystem::path(std::u8string(path.begin(), path.end())).wstring();
-}
+std::wstring WidePath(const std::string& path) { return ToNativePath(path).wstring(); }
 #else
 const std::string& WidePath(const std::string& path) { return path; }
 #endif
@@ -69,7 +66,7 @@ void ApplyTempo(const bass::Api& api, bass::HSTREAM stream, const AudioState& au
 
 BankAtStart FindBankAtStart(ModIni& ini, const std::string& program_folder) {
   std::string path = ini.ReadIni("SF2", "Base");
-  if (path.empty()) path = program_folder + SeparatorOf(kNativePathStyle) + kDefaultBank;
+  if (path.empty()) path = Join(program_folder, kDefaultBank);
   if (FileExists(path)) return {path, false};
   return {{}, true};
 }

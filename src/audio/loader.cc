@@ -1,13 +1,15 @@
 #include "audio/loader.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
-#include <filesystem>
 #include <utility>
 
 #include "engine/command_line.h"
 #include "engine/exports.h"
+#include "platform/file_io.h"
+#include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/shared_library.h"
 
@@ -84,7 +86,7 @@ class ClosedLibraries final : public AudioLibrary {
   /// Empty on success, else what is missing.
   std::string Open(const std::string& folder) {
     for (std::size_t index = 0; index < kFiles.size(); ++index) {
-      libraries_[index] = SharedLibrary::Open(folder + "/" + kFiles[index]);
+      libraries_[index] = SharedLibrary::Open(Join(folder, kFiles[index]));
       if (libraries_[index] == nullptr) {
         return std::string(kFiles[index]) + ": cannot be loaded";
       }
@@ -142,13 +144,8 @@ class OpenEngineLibrary final : public AudioLibrary {
 };
 
 bool AllStandIn(const std::string& folder) {
-  for (const char* file : kFiles) {
-    const std::string path = folder + "/" + file;
-    std::error_code error;
-    const std::filesystem::path native(std::u8string(path.begin(), path.end()));
-    if (!std::filesystem::exists(native, error)) return false;
-  }
-  return true;
+  return std::all_of(kFiles.begin(), kFiles.end(),
+                     [&](const char* file) { return FileExists(Join(folder, file)); });
 }
 
 }  // namespace

@@ -70,19 +70,9 @@ double SpeedFactor(int tempo) {
   return factor > 0 ? factor : 1 - kFastestTempo / 1000.0;
 }
 
-void SendTempo(const bass::Api& api, bass::HSTREAM stream, const AudioState& audio) {
-  ApplyTempo(api, stream, audio);
-}
-
-void RefreshTempo(const bass::Api& api, bass::HSTREAM stream, AudioState& audio) {
-  if (stream == 0) return;
-  RefreshBaseTempo(api, stream, audio);
-  ApplyTempo(api, stream, audio);
-}
-
 void NewTempo(const bass::Api& api, const MixState& state, AudioState& audio) {
   audio.speed_factor = SpeedFactor(state.Tempo);
-  SendTempo(api, audio.stream, audio);
+  ApplyTempo(api, audio.stream, audio);
 }
 
 int KnobFrame(int knob, int value) {

@@ -35,14 +35,6 @@ void ApplyTranspose(const bass::Api& api, bass::HSTREAM stream, int transpose);
 /// speed that the knob allows.
 double SpeedFactor(int tempo);
 
-/// Sends base tempo x speed factor, rounded, when there is a stream. Uses atomic fields of `audio`
-/// alone, so that the tempo callback may call it with its own stream on the mixing thread.
-void SendTempo(const bass::Api& api, bass::HSTREAM stream, const AudioState& audio);
-
-/// Takes the base tempo from the stream and sends it x the speed factor: to be called after every
-/// seek, at the start of a song and by the tempo callback. Any thread.
-void RefreshTempo(const bass::Api& api, bass::HSTREAM stream, AudioState& audio);
-
 /// Takes the speed factor from Tempo and sends the tempo to the current stream. The caller draws
 /// the Speed knob.
 void NewTempo(const bass::Api& api, const MixState& state, AudioState& audio);

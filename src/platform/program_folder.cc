@@ -3,14 +3,15 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/paths.h"
+
 namespace vexolo {
 
 std::string ProgramFolder() {
   std::error_code error;
   const std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", error);
   if (error) return {};
-  const std::u8string folder = executable.parent_path().u8string();
-  return {folder.begin(), folder.end()};
+  return FromNativePath(executable.parent_path());
 }
 
 }  // namespace vexolo

@@ -55,7 +55,7 @@ class IniDocument {
   bool has_byte_order_mark_ = false;
   std::string line_end_ = "\r\n";  ///< of new lines
   std::vector<Line> lines_;
-  std::unordered_map<std::string, std::size_t> keys_;      ///< section, NUL, key: its line
+  std::unordered_map<std::string, std::size_t> keys_;      ///< section, line break, key: its line
   std::unordered_map<std::string, std::size_t> sections_;  ///< the line after which a key is added
 };
 
