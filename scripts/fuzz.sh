@@ -8,7 +8,7 @@ cmake --build build-fuzz
 targets=${*:-$(ls build-fuzz/fuzz/*_fuzz | xargs -n 1 basename)}
 for target in $targets; do
   name=${target%_fuzz}
-  mkdir -p "build-fuzz/corpus/$name"
+  mkdir -p "build-fuzz/corpus/$name" "fuzz/corpus/$name"
   dictionary=""
   [ ! -e "fuzz/$name.dict" ] || dictionary="-dict=fuzz/$name.dict"
   echo "fuzz: $name, $minutes minutes"
