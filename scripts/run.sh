@@ -9,6 +9,7 @@ if [ -x "$program/vexolo" ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
 fi
 mkdir -p out
 echo "No display: converting $song"
-"$program/vexolo-convert" -y -o out "$song"
+"$program/vexolo-convert" -y -f wav -o out "$song"
+"$program/vexolo-convert" -y -f mp3 -o out "$song"
 echo "The finished files are in $(pwd)/out:"
 ls -l out
