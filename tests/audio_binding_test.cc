@@ -49,6 +49,13 @@ TEST_F(AudioBindingTest, TakesOverTheLibrarysDefaultFont) {
   EXPECT_EQ(font, audio_.font);
 }
 
+TEST_F(AudioBindingTest, WithoutAnAnswerThereIsNoDefaultFont) {
+  bass_.Fail("BASS_MIDI_StreamGetFonts", bass::BASS_ERROR_HANDLE);
+  audio_.font = 5;
+  EXPECT_TRUE(binding_.Initialise(nullptr));
+  EXPECT_EQ(5u, audio_.font);
+}
+
 TEST_F(AudioBindingTest, ReportsAnOutputThatCannotBeOpened) {
   bass_.Fail("BASS_Init", bass::BASS_ERROR_DEVICE);
   EXPECT_FALSE(binding_.Initialise(nullptr));

@@ -117,6 +117,13 @@ TEST_F(KnobsTest, TransposeMovesAQuarterOfAPixelRightOrUp) {
   EXPECT_EQ("0 65537 100", TakeEvents().front());
 }
 
+TEST(DraggedValue, FollowsTheMeasureOfEachKnob) {
+  EXPECT_EQ(191, DraggedValue(0, 100, 0, 41, 0, 0));               // 41 x 201 / 91 = 90.56
+  EXPECT_EQ(16, DraggedValue(kGainKnob, -20, 0, 80, 0, 0));        // 80 x 41 / 91 = 36.04
+  EXPECT_EQ(10, DraggedValue(kTransposeKnob, -12, 0, 44, 44, 0));  // 88 x 25 / 100 = 22
+  EXPECT_EQ(595, DraggedValue(kSpeedKnob, -2500, 0, 499, 0, 0));   // 499 x 3101 / 500 = 3094.8
+}
+
 TEST(DraggedValue, RoundsHalvesToTheEvenNumber) {
   EXPECT_EQ(0, DraggedValue(kTransposeKnob, 0, 0, 0, 2, 0));   // 0.5
   EXPECT_EQ(2, DraggedValue(kTransposeKnob, 0, 0, 0, 6, 0));   // 1.5

@@ -64,6 +64,8 @@ TEST(ListFile, ListsWrittenOnWindowsLoadElsewhere) {
 TEST(ListFile, LinesAreTrimmedAndMayEndInAnyWay) {
   EXPECT_EQ(OnPosix("  /a.mid  \n/b b.mid\r\n/c.mid\r/d.mid"),
             (Paths{"/a.mid", "/b b.mid", "/c.mid", "/d.mid"}));
+  // Of spaces alone: a tab is part of the name.
+  EXPECT_EQ(OnPosix(" \tx.mid "), (Paths{"/lists/\tx.mid"}));
 }
 
 TEST(ListFile, ReadsUtf8WithAndWithoutMarkAndWindows1252) {

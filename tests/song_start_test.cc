@@ -398,6 +398,15 @@ TEST_F(SongStartTest, AfterASeekTheTempoIsReadAndSentAgainAndThenAllOverrides) {
   EXPECT_DOUBLE_EQ(1.0, state_.audio.fade_gain);
 }
 
+TEST_F(SongStartTest, AfterASeekTheSongsOwnValuesAreThoseOfTheNewPlace) {
+  ASSERT_EQ(SongStartResult::kStarted, Start());
+  const int entry = ControllerEntry(kPanKind, 2);
+  EXPECT_NE(31, state_.mix.current_values.Get(entry));
+  stream().song.values[{2, bass::MIDI_EVENT_PAN}] = 31;  // what the song has set by then
+  ASSERT_TRUE(start_.Seek(kSecond, bass::BASS_POS_BYTE));
+  EXPECT_EQ(31, state_.mix.current_values.Get(entry));
+}
+
 TEST_F(SongStartTest, ASeekWithoutASongOrThatIsRefusedSendsNothing) {
   EXPECT_FALSE(start_.Seek(0, bass::BASS_POS_BYTE));
   Start();
@@ -468,6 +477,15 @@ TEST_F(SongStartTest, AConversionPulledToItsEndMarkerDeliversUpToTheTailsEnd) {
   EXPECT_EQ(10000, all[fade - 2]);
   EXPECT_NEAR(5000, all[fade + std::size_t(0.15 * 88200)], 2);
   EXPECT_EQ(0, all.back());
+}
+
+TEST_F(SongStartTest, LampsAndMeterAreAtRestOnceTheSongIsClosed) {
+  ASSERT_EQ(SongStartResult::kStarted, Start());
+  state_.mix.lamp_levels[4] = 90;
+  state_.mix.held_peak = 20000;
+  start_.CloseSong();
+  EXPECT_EQ(0, state_.mix.lamp_levels[4]);
+  EXPECT_EQ(0, state_.mix.held_peak);
 }
 
 TEST_F(SongStartTest, ClosingTheSongFreesItsStreamAndForgetsItsLength) {

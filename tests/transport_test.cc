@@ -294,6 +294,16 @@ TEST_F(TransportTest, TheEndOfAStreamThatIsGoneChangesNothing) {
   EXPECT_EQ(0u, Stream());
 }
 
+TEST_F(TransportTest, NothingFollowsTheEndWhereNothingIsMeantToGoOn) {
+  transport_.Action_PlaySelected(1);
+  const bass::HSTREAM stream = Stream();
+  const int cleared = display_.cleared;
+  state_.playing = false;
+  transport_.EndOfSong(stream);
+  EXPECT_EQ(stream, Stream());
+  EXPECT_EQ(cleared + 1, display_.cleared);
+}
+
 TEST_F(TransportTest, TheTransportLeavesTheStreamOfAConversionAlone) {
   ASSERT_EQ(SongStartResult::kStarted, start_.Start(songs_[0], {.use = SongUse::kConversion}));
   state_.converting = true;

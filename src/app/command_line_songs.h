@@ -1,4 +1,4 @@
-/// Songs named on the command line.
+/// Songs named on the command line. Paths are UTF-8. Pure functions; any thread.
 #pragma once
 
 #include <string>

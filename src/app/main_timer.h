@@ -1,4 +1,4 @@
-/// What the main timer shows, without the windows that show it.
+/// What the main timer shows, without the windows that show it. Window thread only.
 #pragma once
 
 #include <string>

@@ -7,6 +7,7 @@
 #include "mixer/channel_strips.h"
 #include "mixer/controller_table.h"
 #include "mixer/knobs.h"
+#include "mixer/meters.h"
 
 namespace vexolo {
 namespace {
@@ -152,6 +153,7 @@ void SongStart::AfterSeek() {
 
 void SongStart::CloseSong() {
   binding_.FreeStream();
+  ClearMeters(state_.mix);
   ReadSongLength();
 }
 

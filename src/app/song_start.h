@@ -75,7 +75,7 @@ class SongStart {
   /// Reads the length of the song (seconds and ticks) at the speed in force; 0 without a stream.
   void ReadSongLength();
 
-  /// Stops and frees the current stream: no song is loaded any more.
+  /// Stops and frees the current stream: no song is loaded any more, lamps and meter are at rest.
   void CloseSong();
 
   /// Whether the end-of-run handler of the current conversion has run. Any thread.

@@ -1,4 +1,5 @@
-/// Times as the program shows and reads them: minutes, colon, seconds and milliseconds.
+/// Times as the program shows and reads them: minutes, colon, seconds and milliseconds. Pure
+/// functions; any thread.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
 /// Finds the audio library: the closed ones where the user has put them, else the open engine.
+/// Loading belongs to the thread that starts the program; a loaded library may be asked by any.
 #pragma once
 
 #include <cstdint>

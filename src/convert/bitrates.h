@@ -1,4 +1,4 @@
-/// The bitrates that MP3 and Ogg files can be given.
+/// The bitrates that MP3 and Ogg files can be given. Pure functions; any thread.
 #pragma once
 
 #include <array>

@@ -1,4 +1,5 @@
-/// The command lines that start the external encoders.
+/// The command lines that start the external encoders. All text is UTF-8. No function here keeps
+/// anything; any thread.
 #pragma once
 
 #include <optional>

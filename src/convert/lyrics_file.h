@@ -1,5 +1,5 @@
 /// The lyrics file (".kok") that a conversion writes beside the audio: each syllable with its time,
-/// one lyric line per line.
+/// one lyric line per line. Called by the thread of the conversion.
 #pragma once
 
 #include <cstdint>

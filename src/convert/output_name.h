@@ -1,6 +1,6 @@
 /// Where a conversion puts its files: folder and name scheme, filled in and cleaned.
 ///
-/// Text operations alone, but for MakeFolderOf. Paths and texts are UTF-8.
+/// Text operations alone, but for MakeFolderOf; any thread. Paths and texts are UTF-8.
 #pragma once
 
 #include <optional>

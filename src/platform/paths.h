@@ -1,5 +1,5 @@
 /// Path rules as text operations, with the style as a parameter, so that both are tested on any
-/// machine. No function here touches the file system. Paths are UTF-8.
+/// machine. No function here touches the file system; any thread. Paths are UTF-8.
 #pragma once
 
 #include <filesystem>

@@ -1,4 +1,5 @@
-/// Where the settings file lives.
+/// Where the settings file lives. Paths are UTF-8. To be asked once, at start: the environment is
+/// read, and folders and files may be made.
 #pragma once
 
 #include <string>

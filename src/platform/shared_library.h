@@ -1,4 +1,4 @@
-/// Libraries that are loaded while the program runs.
+/// Libraries that are loaded while the program runs. Any thread, but one at a time for one object.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,4 @@
-/// The terminal that a command-line program may be run from.
+/// The terminal that a command-line program may be run from. Any thread.
 #pragma once
 
 #include <cstdio>

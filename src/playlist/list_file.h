@@ -1,4 +1,6 @@
-/// List files (".m3u", ".zvp"): one song path per line.
+/// List files (".m3u", ".zvp"): one song path per line. Paths are UTF-8. What takes a list,
+/// settings or message boxes belongs to the window thread; the rest are pure functions for any
+/// thread.
 #pragma once
 
 #include <string>
