@@ -27,6 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ContainsRegex;
 using ::testing::EndsWith;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -504,6 +505,14 @@ TEST_F(ConvertCommandTest, Mp3TagsArriveWhateverTheUsersLocaleIs) {
     EXPECT_EQ(Id3Frame(file, "COMM"), "À l'œuvre");
   }
   old == nullptr ? unsetenv("LC_ALL") : setenv("LC_ALL", restore.c_str(), 1);
+}
+
+// The length is not known when the tags are written, and a wrong one is what players would show.
+TEST_F(ConvertCommandTest, Mp3TagsClaimNoLengthThatTheSoundDoesNotHave) {
+  ASSERT_EQ(Convert({"-n", "x", song_}), 0) << err_.str();
+  const std::string file = folder_.Read("out/x.mp3");
+  ASSERT_THAT(file, StartsWith("ID3\x03"));
+  EXPECT_THAT(Id3Frame(file, "TLEN"), AnyOf("", "0"));
 }
 
 TEST_F(ConvertCommandTest, OggTagsArrive) {

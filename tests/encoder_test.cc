@@ -358,9 +358,9 @@ TEST(ProcessEncoder, FeedsAHeaderOfUnknownLengthAndTheSamples) {
   EXPECT_TRUE(encoder->Finish());
   EXPECT_FALSE(encoder->IsActive());
   ASSERT_EQ(program.input.size(), 44 + samples.size());
-  EXPECT_EQ(Number(program.input, kRiffLength), 0xFFFFFFFFu);
-  EXPECT_EQ(Number(program.input, kDataLength), 0xFFFFFFFFu);
-  WavHeader unknown = MakeWavHeader(0xFFFFFFFFu, 0xFFFFFFFFu);
+  EXPECT_EQ(Number(program.input, kRiffLength), 0u);
+  EXPECT_EQ(Number(program.input, kDataLength), 0u);
+  WavHeader unknown = MakeWavHeader(0, 0);
   EXPECT_TRUE(std::equal(unknown.begin(), unknown.end(), program.input.begin()));
   EXPECT_TRUE(std::equal(samples.begin(), samples.end(), program.input.begin() + 44));
 }

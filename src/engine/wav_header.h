@@ -7,8 +7,9 @@
 namespace vexolo::engine {
 
 inline constexpr std::uint32_t kWavHeaderBytes = 44;
-/// Both lengths of a header whose end is not known yet.
-inline constexpr std::uint32_t kUnknownLength = 0xFFFFFFFFu;
+/// Both lengths of a header whose end is not known yet. All bits set would do as well, but `lame`
+/// takes that for a real length: it writes it into the tags and stops there.
+inline constexpr std::uint32_t kUnknownLength = 0;
 inline constexpr std::uint32_t kFrameBytes = 4;
 
 using WavHeader = std::array<std::uint8_t, kWavHeaderBytes>;
