@@ -1,6 +1,9 @@
 // layer: core
 #include "platform/interrupt.h"
 
+#include <chrono>
+#include <thread>
+
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -16,12 +19,22 @@ TEST(InterruptTest, FirstRequestIsNoted) {
   }
 }
 
-TEST(InterruptDeathTest, SecondRequestEndsTheProgram) {
+// Some programs pass a Ctrl-C on to a child that the terminal has told already, and fingers slip.
+TEST(InterruptTest, RequestsRightAfterOneAnotherAreOne) {
+  const InterruptWatch watch;
+  raise(SIGINT);
+  raise(SIGINT);
+  raise(SIGTERM);
+  EXPECT_TRUE(watch.IsRequested());
+}
+
+TEST(InterruptDeathTest, LaterSecondRequestEndsTheProgram) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(
       {
         const InterruptWatch watch;
         raise(SIGINT);
+        std::this_thread::sleep_for(InterruptWatch::kOneRequest + std::chrono::milliseconds(50));
         raise(SIGINT);
       },
       testing::KilledBySignal(SIGINT), "");

@@ -2,6 +2,8 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <limits>
 
 #include <signal.h>
 
@@ -11,29 +13,48 @@ namespace {
 
 constexpr std::array<int, 3> kSignals = {SIGINT, SIGTERM, SIGHUP};
 
-/// A signal handler is given nothing but the signal's number, so what it writes has to be here.
-std::atomic<bool> g_requested = false;
-static_assert(std::atomic<bool>::is_always_lock_free);
+using Clock = std::chrono::steady_clock;
 
-void Note(int /*signal*/) { g_requested.store(true); }
+constexpr Clock::rep kNever = std::numeric_limits<Clock::rep>::min();
 
-void SetAction(void (*handler)(int), int flags) {
+/// When the first request came, in ticks of the clock. A signal handler is given nothing but the
+/// signal's number, so what it writes has to be here.
+std::atomic<Clock::rep> g_requested_at = kNever;
+static_assert(std::atomic<Clock::rep>::is_always_lock_free);
+
+Clock::rep Now() { return Clock::now().time_since_epoch().count(); }
+
+void SetAction(int signal, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
-  action.sa_flags = flags;
+  action.sa_flags = SA_RESTART;
   sigemptyset(&action.sa_mask);
-  for (const int signal : kSignals) sigaction(signal, &action, nullptr);
+  sigaction(signal, &action, nullptr);
+}
+
+/// Nothing in here is forbidden to a signal handler, the reading of the clock included.
+void Note(int signal) {
+  const Clock::rep now = Now();
+  Clock::rep first = kNever;
+  if (g_requested_at.compare_exchange_strong(first, now)) return;
+  if (Clock::duration(now - first) < InterruptWatch::kOneRequest) return;
+  SetAction(signal, SIG_DFL);
+  raise(signal);
+}
+
+void SetActions(void (*handler)(int)) {
+  for (const int signal : kSignals) SetAction(signal, handler);
 }
 
 }  // namespace
 
 InterruptWatch::InterruptWatch() {
-  g_requested.store(false);
-  SetAction(Note, static_cast<int>(SA_RESETHAND) | SA_RESTART);
+  g_requested_at.store(kNever);
+  SetActions(Note);
 }
 
-InterruptWatch::~InterruptWatch() { SetAction(SIG_DFL, 0); }
+InterruptWatch::~InterruptWatch() { SetActions(SIG_DFL); }
 
-bool InterruptWatch::IsRequested() const { return g_requested.load(); }
+bool InterruptWatch::IsRequested() const { return g_requested_at.load() != kNever; }
 
 }  // namespace vexolo
