@@ -253,6 +253,19 @@ TEST_F(EncodingRunTest, EncoderThatCannotFinishItsFileIsAFailure) {
   EXPECT_THAT(boxes_.shown.at(0).text, HasSubstr("BASS_ERROR_UNKNOWN"));
 }
 
+TEST_F(EncodingRunTest, LyricsOfAFailedEncoderFollowItsFile) {
+  bass_.Fail("BASS_Encode_Stop", bass::BASS_ERROR_UNKNOWN);
+  EXPECT_EQ(Convert().lyrics_path, Path(".kok"));
+  std::filesystem::remove(Path(".kok"));
+  std::filesystem::remove(Path(".wav"));
+  song_.end_has_run = false;
+  request_.keep_incomplete = false;
+  const RunResult result = Convert();
+  EXPECT_EQ(result.status, RunStatus::kEncoderFailed);
+  EXPECT_EQ(result.lyrics_path, "");
+  EXPECT_FALSE(FileExists(Path(".kok")));
+}
+
 TEST_F(EncodingRunTest, EncoderThatFreedItselfAtTheEndIsNoFailure) {
   bass_.Fail("BASS_Encode_Stop", bass::BASS_ERROR_HANDLE);
   EXPECT_EQ(Convert().status, RunStatus::kDone);
