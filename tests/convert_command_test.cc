@@ -25,9 +25,9 @@ namespace vexolo {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AnyOf;
 using ::testing::ContainsRegex;
 using ::testing::EndsWith;
-using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -315,6 +315,17 @@ TEST_F(ConvertCommandTest, EncoderThatReportsFailureAtTheEndIsAFailureToo) {
   const std::string program = FakeLame("for last; do :; done\ncat > \"$last\"\nexit 1\n");
   EXPECT_EQ(Convert({song_}, program), 1);
   EXPECT_THAT(err_.str(), HasSubstr("lame ended before"));
+}
+
+// Encoders die of it, but that is not what the user has to know.
+TEST_F(ConvertCommandTest, PlaceThatAnEncoderCannotWriteToIsTold) {
+  for (const char* format : {"mp3", "ogg", "wav"}) {
+    const std::string path = Out(std::string("x.") + format);
+    fs::create_directories(path);
+    EXPECT_EQ(Convert({"-f", format, "-n", "x", song_}), 1);
+    EXPECT_THAT(err_.str(), HasSubstr(path + " cannot be written"));
+    EXPECT_TRUE(FolderExists(path));
+  }
 }
 
 TEST_F(ConvertCommandTest, QuoteInATagNamesTheField) {

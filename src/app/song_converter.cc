@@ -7,6 +7,8 @@
 #include "audio/error_report.h"
 #include "convert/bitrates.h"
 #include "mixer/knobs.h"
+#include "platform/file_io.h"
+#include "platform/paths.h"
 #include "platform/text_encoding.h"
 #include "settings/language.h"
 
@@ -49,7 +51,14 @@ std::string CannotStart(AudioFormat format, const RunResult& result) {
                    result.audio_error);
 }
 
+bool CanBeWritten(const std::string& path) {
+  if (FolderExists(path)) return false;
+  return FileExists(path) ? IsWritableFile(path) : IsWritableFolder(FolderOf(path));
+}
+
 std::string EncoderFailed(AudioFormat format, const RunResult& result) {
+  // An encoder on its own cannot tell us more than that it has ended.
+  if (!CanBeWritten(result.audio_path)) return result.audio_path + " cannot be written";
   const std::string who = format == AudioFormat::kWav ? result.audio_path : EncoderName(format);
   return WithError(who + (format == AudioFormat::kWav ? " could not be written to its end"
                                                       : " ended before the file was complete"),
