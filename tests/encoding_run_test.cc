@@ -213,6 +213,17 @@ TEST_F(EncodingRunTest, SongThatCannotBeOpenedIsReportedWithTheLibrarysError) {
   EXPECT_EQ(song_.closed, 1);
 }
 
+TEST_F(EncodingRunTest, SongThatCannotBeOpenedIsNamed) {
+  bass_.Fail("BASS_MIDI_StreamCreateFile", bass::BASS_ERROR_FILEFORM);
+  request_.texts.cannot_open = "Cannot|read %1";
+  Convert();
+  request_.texts.cannot_open = "";
+  Convert();
+  ASSERT_EQ(boxes_.shown.size(), 2U);
+  EXPECT_THAT(boxes_.shown[0].text, StartsWith(BreakLines("Cannot|read ") + request_.song_path));
+  EXPECT_THAT(boxes_.shown[1].text, StartsWith(request_.song_path));
+}
+
 TEST_F(EncodingRunTest, EncoderThatCannotBeStartedIsReportedAndNothingIsDeleted) {
   Write("old");
   boxes_.answers = {true};

@@ -28,6 +28,11 @@ std::string RefusedFieldText(CommandField field) {
          "\" contient un guillemet ou se termine par \"\\\" : l'encodeur ne peut pas le recevoir.";
 }
 
+std::string CannotOpenText(const RunRequest& request) {
+  const std::string text = FillIn(BreakLines(request.texts.cannot_open), {request.song_path});
+  return text.empty() ? request.song_path : text;
+}
+
 bool IsSameFile(const std::string& a, const std::string& b) {
   std::error_code error;
   return std::filesystem::equivalent(ToNativePath(a), ToNativePath(b), error);
@@ -44,7 +49,7 @@ class Run {
     if (Prepare()) {
       stream_ = song_.OpenForRendering();
       if (stream_ == 0) {
-        FailAudio(RunStatus::kCannotOpenSong, BreakLines(request_.texts.cannot_open));
+        FailAudio(RunStatus::kCannotOpenSong, CannotOpenText(request_));
       } else if (HasRoom() && StartEncoder()) {
         Render();
         StopEncoder();

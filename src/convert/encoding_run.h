@@ -41,7 +41,7 @@ class SongToConvert {
 struct RunTexts {
   std::string overwrite;        ///< "OverWriteText"; "%1" is the audio path
   std::string overwrite_title;  ///< "OverWriteTitle"
-  std::string cannot_open;      ///< "MidiReadError"
+  std::string cannot_open;      ///< "MidiReadError"; "%1" is the song's path
 };
 
 struct RunRequest {
