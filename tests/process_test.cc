@@ -375,8 +375,8 @@ TEST_F(ProcessTest, EncoderFeedsARealProgram) {
   EXPECT_FALSE(encoder->IsActive());
   const std::string copy = ReadAll(path);
   ASSERT_EQ(copy.size(), 44u + 100 * 17'640);
-  EXPECT_EQ(copy.substr(0, 8), "RIFF\xFF\xFF\xFF\xFF");
-  EXPECT_EQ(copy.substr(36, 8), "data\xFF\xFF\xFF\xFF");
+  EXPECT_EQ(copy.substr(0, 8), std::string("RIFF\0\0\0\0", 8));
+  EXPECT_EQ(copy.substr(36, 8), std::string("data\0\0\0\0", 8));
 }
 
 TEST_F(ProcessTest, EncoderWhoseProgramQuitsEarly) {
