@@ -11,7 +11,7 @@ namespace vexolo {
 namespace {
 
 TEST(InterruptTest, FirstRequestIsNoted) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
     const InterruptWatch watch;
     EXPECT_FALSE(watch.IsRequested());
     raise(signal);

@@ -11,7 +11,7 @@ namespace vexolo {
 
 namespace {
 
-constexpr std::array<int, 3> kSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
 using Clock = std::chrono::steady_clock;
 

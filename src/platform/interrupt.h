@@ -5,10 +5,10 @@
 
 namespace vexolo {
 
-/// While it lives, the first request to end the program (Ctrl-C, a hang-up, a plain kill) is only
-/// noted, so that work under way can be cleared up; a later one ends the program as usual. What
-/// follows the first within kOneRequest is the same request told twice. One at a time; made and
-/// destroyed on the main thread.
+/// While it lives, the first request to end the program (Ctrl-C, a hang-up, a plain kill, nobody
+/// left to read its output) is only noted, so that work under way can be cleared up; a later one
+/// ends the program as usual. What follows the first within kOneRequest is the same request told
+/// twice. One at a time; made and destroyed on the main thread.
 class InterruptWatch {
  public:
   static constexpr std::chrono::milliseconds kOneRequest{1000};
