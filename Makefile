@@ -2,6 +2,8 @@
 #               converts the song and says where the file is
 # make test     builds and runs every test
 # make bench    side by side with other renderers and encoders
+# make acceptance
+#               converts the demo songs and measures what is in the files with other programs
 # make fuzz     fuzzes every reader of bytes from outside (MINUTES=5 each)
 # make format   puts the sources into the house style
 # make install  installs to PREFIX (default /usr/local)
@@ -14,7 +16,7 @@ JOBS    ?= $(shell nproc)
 BANK    := /usr/share/sounds/sf2/FluidR3_GM.sf2
 SOURCES  = $(shell git ls-files '*.cc' '*.h')
 
-.PHONY: run test bench fuzz format install program
+.PHONY: run test bench acceptance fuzz format install program
 .DEFAULT_GOAL := run
 
 program:
@@ -35,6 +37,10 @@ test:
 bench: program
 	@scripts/install.sh bench
 	@python3 bench/run.py $(BUILD)/program
+
+acceptance: program
+	@python3 scripts/acceptance/files.py $(BUILD)/program songs/*.mid songs/*.kar
+	@python3 scripts/acceptance/lyrics.py $(BUILD)/program songs/a-la-claire-fontaine.mid
 
 fuzz:
 	@scripts/install.sh build fuzz
