@@ -304,11 +304,11 @@ TEST_F(ConvertCommandTest, EncoderThatIsMissingIsTold) {
   EXPECT_EQ(folder_.CountEntries(), 4U) << "songs, program, out, Vexolo.ini";
 }
 
-TEST_F(ConvertCommandTest, EncoderThatDiesIsAFailureAndItsPieceOfFileGoes) {
+TEST_F(ConvertCommandTest, EncoderThatDiesIsAFailureAndItsPieceOfFileStays) {
   const std::string program = FakeLame("for last; do :; done\nhead -c 5000 > \"$last\"\nexit 3\n");
   EXPECT_EQ(Convert({song_}, program), 1);
   EXPECT_THAT(err_.str(), HasSubstr("lame ended before the file was complete"));
-  EXPECT_FALSE(FileExists(Out("Édith - L'Été.mp3")));
+  EXPECT_TRUE(FileExists(Out("Édith - L'Été.mp3")));
 }
 
 TEST_F(ConvertCommandTest, EncoderThatReportsFailureAtTheEndIsAFailureToo) {

@@ -249,13 +249,6 @@ TEST_F(EncodingRunTest, EncoderThatQuitsEndsTheLoopAtOnceAndWhatItWroteStays) {
   EXPECT_EQ(song_.closed, 1);
 }
 
-TEST_F(EncodingRunTest, UnfinishedFileOfAFailedEncoderGoesWhereTheCallerWantsThat) {
-  bass_.encode_active = {1, 0};
-  request_.keep_incomplete = false;
-  EXPECT_EQ(Convert().status, RunStatus::kEncoderFailed);
-  EXPECT_FALSE(FileExists(Path(".wav")));
-}
-
 TEST_F(EncodingRunTest, EncoderThatCannotFinishItsFileIsAFailure) {
   bass_.Fail("BASS_Encode_Stop", bass::BASS_ERROR_UNKNOWN);
   const RunResult result = Convert();
@@ -264,13 +257,12 @@ TEST_F(EncodingRunTest, EncoderThatCannotFinishItsFileIsAFailure) {
   EXPECT_THAT(boxes_.shown.at(0).text, HasSubstr("BASS_ERROR_UNKNOWN"));
 }
 
-TEST_F(EncodingRunTest, LyricsOfAFailedEncoderFollowItsFile) {
+TEST_F(EncodingRunTest, LyricsOfAFailedEncoderNeedTheEndOfTheRun) {
   bass_.Fail("BASS_Encode_Stop", bass::BASS_ERROR_UNKNOWN);
   EXPECT_EQ(Convert().lyrics_path, Path(".kok"));
   std::filesystem::remove(Path(".kok"));
   std::filesystem::remove(Path(".wav"));
   song_.end_has_run = false;
-  request_.keep_incomplete = false;
   const RunResult result = Convert();
   EXPECT_EQ(result.status, RunStatus::kEncoderFailed);
   EXPECT_EQ(result.lyrics_path, "");

@@ -212,7 +212,6 @@ RunRequest SongConverter::MakeRequest(const std::string& song) const {
   RunRequest request;
   request.song_path = song;
   request.program_folder = context_.program_folder;
-  request.keep_incomplete = false;
   ConversionSettings& settings = request.settings;
   settings.folder = Absolute(options.output_folder ? *options.output_folder : FolderOf(song));
   settings.scheme = options.name_scheme;

@@ -167,15 +167,14 @@ class Run {
     } else if (!is_complete || !encoder_lives_) {
       FailAudio(RunStatus::kEncoderFailed, kEncodingProblem);
     }
-    discarded_ =
-        cancelled_ || (result_.status == RunStatus::kEncoderFailed && !request_.keep_incomplete);
-    // A file that was there before and that the encoder never came to write is none of ours.
-    if (discarded_ && StampOf(result_.audio_path) != before_) DeleteFile(result_.audio_path);
+    // What an encoder that failed has written stays; what is left of a cancelled run does not. A
+    // file that was there before and that the encoder never came to write is none of ours.
+    if (cancelled_ && StampOf(result_.audio_path) != before_) DeleteFile(result_.audio_path);
   }
 
   /// Only the stopped stream has its marks at their final places.
   void WriteLyrics() {
-    if (!request_.settings.make_lyrics_file || discarded_ || !song_.EndHasRun()) return;
+    if (!request_.settings.make_lyrics_file || cancelled_ || !song_.EndHasRun()) return;
     LyricsFileOptions options = song_.LyricsOptions();
     options.max_length = request_.settings.max_line_length;
     const auto error = WriteLyricsFile(lyrics_path_, LyricsFileText(api_, stream_, options));
@@ -200,7 +199,6 @@ class Run {
   bass::HENCODE encoder_ = 0;
   bool encoder_lives_ = true;
   bool cancelled_ = false;
-  bool discarded_ = false;  ///< what was written is not to stay
 };
 
 }  // namespace

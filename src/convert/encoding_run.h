@@ -49,8 +49,6 @@ struct RunRequest {
   std::string song_path;
   std::string program_folder;  ///< where the encoders stand
   RunTexts texts;
-  /// What an encoder that failed has written stays. What is left of a cancelled run never does.
-  bool keep_incomplete = true;
 };
 
 enum class RunStatus {
