@@ -39,6 +39,7 @@ bench: program
 	@python3 bench/run.py $(BUILD)/program
 
 acceptance: program
+	@scripts/install.sh acceptance
 	@python3 scripts/acceptance/files.py $(BUILD)/program songs/*.mid songs/*.kar
 	@python3 scripts/acceptance/lyrics.py $(BUILD)/program songs/a-la-claire-fontaine.mid
 

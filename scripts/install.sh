@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what is missing of the packages that the named groups need, and only that.
-# usage: scripts/install.sh GROUP...      groups: build run test bench fuzz style
+# usage: scripts/install.sh GROUP...      groups: build run test bench acceptance fuzz style
 set -eu
 
 packages_of() {
@@ -9,6 +9,7 @@ packages_of() {
     run) echo "fluid-soundfont-gm lame" ;;
     test) echo "timgm6mb-soundfont fluid-soundfont-gm lame xvfb xauth" ;;
     bench) echo "fluidsynth timidity fluid-soundfont-gm lame python3" ;;
+    acceptance) echo "python3 ffmpeg id3v2 mp3info vorbis-tools" ;;
     fuzz) echo "clang libclang-rt-14-dev" ;;
     style) echo "clang-format python3" ;;
     *) echo "install.sh: no group '$1'" >&2; exit 2 ;;

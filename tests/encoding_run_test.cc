@@ -257,15 +257,15 @@ TEST_F(EncodingRunTest, EncoderThatCannotFinishItsFileIsAFailure) {
   EXPECT_THAT(boxes_.shown.at(0).text, HasSubstr("BASS_ERROR_UNKNOWN"));
 }
 
-TEST_F(EncodingRunTest, LyricsOfAFailedEncoderNeedTheEndOfTheRun) {
+TEST_F(EncodingRunTest, EncoderThatFailsAtTheVeryEndLeavesTheLyricsBeside) {
   bass_.Fail("BASS_Encode_Stop", bass::BASS_ERROR_UNKNOWN);
   EXPECT_EQ(Convert().lyrics_path, Path(".kok"));
-  std::filesystem::remove(Path(".kok"));
-  std::filesystem::remove(Path(".wav"));
-  song_.end_has_run = false;
-  const RunResult result = Convert();
-  EXPECT_EQ(result.status, RunStatus::kEncoderFailed);
-  EXPECT_EQ(result.lyrics_path, "");
+  EXPECT_TRUE(FileExists(Path(".wav")));
+}
+
+TEST_F(EncodingRunTest, EncoderThatQuitsBeforeTheEndLeavesNoLyrics) {
+  bass_.encode_active = {1, 1, 0};
+  EXPECT_EQ(Convert().lyrics_path, "");
   EXPECT_FALSE(FileExists(Path(".kok")));
 }
 
