@@ -47,7 +47,7 @@ class Encoder {
 /// that were written stay, with a header that fits them.
 std::unique_ptr<Encoder> CreateWavEncoder(const std::string& path);
 
-/// A process, fed a WAV header of unknown length (both lengths 0xFFFFFFFF) and then the samples.
+/// A process, fed a WAV header of unknown length (both lengths 0) and then the samples.
 /// Null where it cannot be started.
 std::unique_ptr<Encoder> CreateProcessEncoder(const std::vector<std::string>& arguments,
                                               const ProcessStarter& start);

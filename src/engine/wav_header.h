@@ -8,7 +8,7 @@ namespace vexolo::engine {
 
 inline constexpr std::uint32_t kWavHeaderBytes = 44;
 /// Both lengths of a header whose end is not known yet. All bits set would do as well, but `lame`
-/// takes that for a real length: it writes it into the tags and stops there.
+/// takes that for a real length and writes it into the tags.
 inline constexpr std::uint32_t kUnknownLength = 0;
 inline constexpr std::uint32_t kFrameBytes = 4;
 
