@@ -16,7 +16,7 @@ namespace vexolo::engine {
 
 /// Linear gain from the synthesiser's scale to full scale at font volume 1.0. Found by measuring:
 /// with it a well-filled song at a bank's usual level peaks a few decibels below full scale.
-inline constexpr float kMasterGain = 1.45f;
+inline constexpr float kMasterGain = 1.7f;
 
 /// What the renderer tells the stream around it, on the thread that renders.
 class RendererObserver {
