@@ -10,8 +10,9 @@ BELOW = {
     "platform": set(),
     "settings": {"platform"},
     "audio": {"settings", "platform"},
-    **{name: {"audio", "settings", "platform"} for name in FEATURES},
-    "app": FEATURES | {"audio", "settings", "platform"},
+    "widgets": {"audio", "settings", "platform"},
+    **{name: {"widgets", "audio", "settings", "platform"} for name in FEATURES},
+    "app": FEATURES | {"widgets", "audio", "settings", "platform"},
     "engine": set(),
     "resources": set(),
 }
@@ -22,7 +23,7 @@ EXCEPTIONS = {
     "audio": lambda source, target: source.stem == "loader" and target.startswith("engine/"),
 }
 ONE_FILE_ONLY = {"fluidsynth.h": "engine/fluid_sound_font.cc", "RtAudio.h": "engine/rtaudio_device.cc"}
-WINDOW = re.compile(r"_(window|dialog|widget)\.(h|cc)$")
+WINDOW = re.compile(r"_(window|dialog|widget)\.(h|cc)$|^widgets/|^app/vexolo_main\.cc$")
 OS_HEADERS = re.compile(r"^(unistd|fcntl|dlfcn|spawn|signal|poll|sys/.*|windows|pthread|sched)\.h$")
 
 
@@ -48,6 +49,8 @@ def problems():
             if not quoted or "/" not in target:
                 continue
             other = target.split("/")[0]
+            if other == "widgets" and not WINDOW.search(name):
+                yield f"{where}: only files with a window may use the toolkit"
             if other == folder or other not in BELOW:
                 continue
             allowed = other in BELOW.get(folder, set())

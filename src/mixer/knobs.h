@@ -11,7 +11,7 @@
 #include "audio/bass.h"
 #include "mixer/mix_state.h"
 #include "mixer/song_settings.h"
-#include "mixer/sprite.h"
+#include "platform/sprite.h"
 
 namespace vexolo {
 

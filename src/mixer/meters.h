@@ -7,7 +7,7 @@
 
 #include "audio/bass.h"
 #include "mixer/mix_state.h"
-#include "mixer/sprite.h"
+#include "platform/sprite.h"
 
 namespace vexolo {
 
