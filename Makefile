@@ -32,7 +32,7 @@ run: program
 test:
 	@scripts/install.sh build test
 	@$(MAKE) --no-print-directory program
-	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+	@xvfb-run -a -s "-screen 0 1600x1200x24" ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 bench: program
 	@scripts/install.sh bench

@@ -1,0 +1,97 @@
+#include "widgets/knob_widget.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QSignalBlocker>
+#include <QWheelEvent>
+
+#include "widgets/focus_ring.h"
+
+namespace vexolo {
+namespace {
+
+constexpr int kNotch = 120;  // of a wheel, in eighths of a degree
+constexpr double kDisabledOpacity = 0.5;
+constexpr QColor kHoverLight(255, 236, 200, 16);
+
+}  // namespace
+
+KnobWidget::KnobWidget(QSize size, int minimum, int maximum, Painter paint, QWidget* parent)
+    : QDial(parent), size_(size), paint_(std::move(paint)) {
+  setRange(minimum, maximum);
+  setFixedSize(size);
+  setFocusPolicy(Qt::StrongFocus);
+  // An assistive tool sets the value: that is so many steps.
+  QObject::connect(this, &QDial::valueChanged, this, [this, last = value()](int now) mutable {
+    const int shown = std::exchange(last, now);
+    if (actions.step && now != shown) actions.step(now - shown, Qt::NoModifier);
+  });
+}
+
+void KnobWidget::ShowValue(int value) {
+  const QSignalBlocker quiet(this);
+  const int old = this->value();
+  setValue(value);
+  if (this->value() != old) update();
+}
+
+void KnobWidget::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  if (!isEnabled()) painter.setOpacity(kDisabledOpacity);
+  paint_(painter, value());
+  if (isEnabled() && (underMouse() || held_)) {
+    painter.setCompositionMode(QPainter::CompositionMode_Plus);
+    painter.fillRect(rect(), kHoverLight);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+  }
+  if (hasFocus()) DrawFocusRing(painter, rect());
+}
+
+void KnobWidget::mousePressEvent(QMouseEvent* event) {
+  const bool left = event->button() == Qt::LeftButton;
+  if (!left && event->button() != Qt::RightButton) return;
+  held_ = left;
+  if (actions.press) actions.press(left ? 1 : 2, event->position(), event->modifiers());
+}
+
+void KnobWidget::mouseMoveEvent(QMouseEvent* event) {
+  if (held_ && actions.move) actions.move(event->position());
+}
+
+void KnobWidget::mouseReleaseEvent(QMouseEvent* event) {
+  if (!held_ || event->button() != Qt::LeftButton) return;
+  held_ = false;
+  if (actions.release) actions.release();
+  update();
+}
+
+void KnobWidget::mouseDoubleClickEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton && actions.reset) {
+    actions.reset();
+  } else {
+    mousePressEvent(event);
+  }
+}
+
+void KnobWidget::wheelEvent(QWheelEvent* event) {
+  wheel_rest_ += event->angleDelta().y();
+  const int steps = wheel_rest_ / kNotch;
+  wheel_rest_ -= steps * kNotch;
+  if (steps != 0 && actions.step) actions.step(steps, event->modifiers());
+  event->accept();
+}
+
+void KnobWidget::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down) {
+    if (actions.step) actions.step(event->key() == Qt::Key_Up ? 1 : -1, event->modifiers());
+  } else {
+    event->ignore();
+  }
+}
+
+void KnobWidget::enterEvent(QEnterEvent*) { update(); }
+
+void KnobWidget::leaveEvent(QEvent*) { update(); }
+
+}  // namespace vexolo
