@@ -1,9 +1,9 @@
 // layer: gui
 #include "widgets/companion_window.h"
 
-#include <gtest/gtest.h>
-
 #include <QTest>
+
+#include <gtest/gtest.h>
 
 #include "fakes/fake_file_dialogs.h"
 #include "fakes/fake_message_boxes.h"
@@ -87,7 +87,10 @@ TEST_F(CompanionWindowTest, AMoveIsKeptOnceItHasSettled) {
   ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
   window.move(300, 200);
   EXPECT_TRUE(QTest::qWaitFor(
-      [&] { return ReadPlace(ini_, "PlayList") == WindowPlace{300, 200}; }, 2000));
+      [&] {
+        return ReadPlace(ini_, "PlayList") == WindowPlace{300, 200};
+      },
+      2000));
 }
 
 }  // namespace

@@ -14,9 +14,9 @@ using ::testing::IsEmpty;
 using ::testing::Pair;
 
 TEST(FilterPairs, AreCutAtTheBars) {
-  EXPECT_THAT(FilterPairs("Songs|*.mid;*.kar|All|*.*"),
-              ElementsAre(Pair("Songs", ElementsAre("*.mid", "*.kar")),
-                          Pair("All", ElementsAre("*.*"))));
+  EXPECT_THAT(
+      FilterPairs("Songs|*.mid;*.kar|All|*.*"),
+      ElementsAre(Pair("Songs", ElementsAre("*.mid", "*.kar")), Pair("All", ElementsAre("*.*"))));
 }
 
 TEST(FilterPairs, ADescriptionWithoutPatternsIsLeftOut) {

@@ -46,9 +46,7 @@ void WriteExtent(ModIni& ini, std::string_view section, const WindowExtent& exte
   WriteTwips(ini, section, "H", extent.height);
 }
 
-bool ReadShow(ModIni& ini, std::string_view section) {
-  return ini.ReadIni(section, "Show") == "1";
-}
+bool ReadShow(ModIni& ini, std::string_view section) { return ini.ReadIni(section, "Show") == "1"; }
 
 void WriteShow(ModIni& ini, std::string_view section, bool show) {
   ini.WriteIni(section, "Show", show ? "1" : "0");

@@ -8,8 +8,8 @@ class QPainter;
 
 namespace vexolo {
 
-/// What is done to a knob. Positions are pixels in the knob, y downwards; mouse buttons are 1 (left)
-/// and 2 (right). Functions may be empty.
+/// What is done to a knob. Positions are pixels in the knob, y downwards; mouse buttons are 1
+/// (left) and 2 (right). Functions may be empty.
 struct KnobActions {
   std::function<void(int mouse_button, QPointF at, Qt::KeyboardModifiers keys)> press;
   std::function<void(QPointF at)> move;

@@ -11,8 +11,8 @@ namespace vexolo {
 
 class Skin {
  public:
-  /// Copies a rectangle of bitmap `id` (101..109) to `to`. Units are pixels at the skin's own scale,
-  /// whatever the screen's.
+  /// Copies a rectangle of bitmap `id` (101..109) to `to`. Units are pixels at the skin's own
+  /// scale, whatever the screen's.
   void Draw(QPainter& painter, int id, const SpriteRect& source, QPoint to) const;
 };
 

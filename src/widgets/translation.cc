@@ -9,8 +9,7 @@ namespace vexolo {
 void ToolkitTranslation::Use(const std::string& code) {
   QCoreApplication::removeTranslator(&translator_);
   const QLocale locale(QString::fromStdString(code));
-  if (translator_.load(locale, "qtbase", "_",
-                       QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+  if (translator_.load(locale, "qtbase", "_", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
     QCoreApplication::installTranslator(&translator_);
   }
 }

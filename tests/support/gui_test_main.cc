@@ -1,7 +1,7 @@
 /// Tests of windows: one application for all of them.
-#include <gmock/gmock.h>
-
 #include <QApplication>
+
+#include <gmock/gmock.h>
 
 #include "widgets/palette.h"
 
