@@ -130,9 +130,8 @@ TEST(BankLoader, WhatIsPostedAfterItsEndDoesNothing) {
   AudioState audio;
   AudioBinding binding(bass.api(), audio, ini, boxes);
   {
-    BankLoader loader(bass.api(), audio, binding, [&](std::function<void()> action) {
-      posted.Post(std::move(action));
-    });
+    BankLoader loader(bass.api(), audio, binding,
+                      [&](std::function<void()> action) { posted.Post(std::move(action)); });
     loader.Load("/b/One.sf2", KeepBank::kForThisRun);
   }
   ASSERT_TRUE(posted.RunNext());

@@ -116,8 +116,8 @@ TEST_F(MainTimerSteps, ComeInThisOrder) {
   timer_.set_bank_texts({"%1", "none"});
   for (int i = 0; i < 3; ++i) {
     timer_.Tick();
-    EXPECT_THAT(view_.Take(), ElementsAre("buttons", "leds", "level", "lamps", "channels", "slider",
-                                          "time"));
+    EXPECT_THAT(view_.Take(),
+                ElementsAre("buttons", "leds", "level", "lamps", "channels", "slider", "time"));
   }
   timer_.Tick();
   EXPECT_THAT(view_.Take(), ElementsAre("buttons", "leds", "level", "lamps", "channels", "slider",

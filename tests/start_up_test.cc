@@ -121,9 +121,9 @@ class StartUpTest : public testing::Test {
   ~StartUpTest() override { std::filesystem::current_path(folder_at_start_); }
 
   bool Run(const std::string& command_line = {}) {
-    start_up_ = std::make_unique<StartUp>(
-        StartUp::Parts{bass_.api(), state_, binding_, loader_, ini_, settings_, boxes_, windows_,
-                       folder_.path(), command_line});
+    start_up_ = std::make_unique<StartUp>(StartUp::Parts{bass_.api(), state_, binding_, loader_,
+                                                         ini_, settings_, boxes_, windows_,
+                                                         folder_.path(), command_line});
     return start_up_->Run();
   }
   std::vector<std::string> TakeAfter(const std::string& entry) {

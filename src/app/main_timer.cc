@@ -51,8 +51,8 @@ void MainTimer::Tick() {
   }
   view_.ShowTime();
   if (!is_fourth) return;
-  view_.ShowBankInfo(BankInfoText(api_, state_.audio.font, bank_texts_.loaded, bank_texts_.none,
-                                  separator_));
+  view_.ShowBankInfo(
+      BankInfoText(api_, state_.audio.font, bank_texts_.loaded, bank_texts_.none, separator_));
 }
 
 }  // namespace vexolo
