@@ -39,4 +39,20 @@ std::string BankInfoText(const bass::Api& api, bass::HSOUNDFONT font, std::strin
                                         FormatNumber(megabytes, "0.0", separator)});
 }
 
+void MainTimer::Tick() {
+  view_.DispMiscButtons();
+  view_.DispLeds();
+  view_.DrawVuMeters(TickVuMeter(api_, state_.audio.stream, state_.mix));
+  view_.DrawMeters(TickLamps(state_.mix));
+  if (state_.playing && !state_.seeking) view_.RefreshChannels();
+  const bool is_fourth = counter_.Tick();
+  if (state_.audio.song_length_ticks > 0) {
+    view_.MoveSlider(SliderValue(api_, state_.audio, view_.slider_maximum()));
+  }
+  view_.ShowTime();
+  if (!is_fourth) return;
+  view_.ShowBankInfo(
+      BankInfoText(api_, state_.audio.font, bank_texts_.loaded, bank_texts_.none, separator_));
+}
+
 }  // namespace vexolo

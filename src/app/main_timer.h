@@ -1,11 +1,15 @@
 /// What the main timer shows, without the windows that show it. Window thread only.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "app/program_state.h"
 #include "audio/audio_state.h"
 #include "audio/bass.h"
+#include "mixer/meters.h"
 
 namespace vexolo {
 
@@ -32,5 +36,51 @@ std::string TimeText(const bass::Api& api, const AudioState& audio, char separat
 /// `none_text`: "SF2NoneInfo". "|" breaks lines in both.
 std::string BankInfoText(const bass::Api& api, bass::HSOUNDFONT font, std::string_view load_text,
                          std::string_view none_text, char separator);
+
+/// What the timer has drawn. Each is called at every tick unless it says otherwise; who draws looks
+/// for itself what has changed.
+class MainTimerView {
+ public:
+  virtual ~MainTimerView() = default;
+  virtual void DispMiscButtons() = 0;
+  virtual void DispLeds() = 0;
+  virtual void DrawVuMeters(const VuMeter& meter) = 0;
+  virtual void DrawMeters(const std::array<int, kChannels>& levels) = 0;
+  /// What a song changes of its channels as it plays. Not while none plays or the user seeks.
+  virtual void RefreshChannels() = 0;
+  /// Where the slider is to stand, 0..slider_maximum(). Only while a song is loaded.
+  virtual void MoveSlider(double value) = 0;
+  virtual double slider_maximum() const = 0;
+  virtual void ShowTime() = 0;
+  /// Every fourth tick.
+  virtual void ShowBankInfo(const std::string& text) = 0;
+};
+
+/// One tick after the other, every kMainTimerInterval.
+class MainTimer {
+ public:
+  /// Texts of the language in use, as BankInfoText takes them.
+  struct BankTexts {
+    std::string loaded;
+    std::string none;
+  };
+
+  /// The objects must outlive this one.
+  MainTimer(const bass::Api& api, modMidiTest& state, MainTimerView& view, char separator)
+      : api_(api), state_(state), view_(view), separator_(separator) {}
+
+  void set_bank_texts(BankTexts texts) { bank_texts_ = std::move(texts); }
+
+  /// `tmrMidiTest`.
+  void Tick();
+
+ private:
+  const bass::Api& api_;
+  modMidiTest& state_;
+  MainTimerView& view_;
+  const char separator_;
+  BankTexts bank_texts_;
+  TickCounter counter_;
+};
 
 }  // namespace vexolo

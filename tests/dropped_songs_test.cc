@@ -1,0 +1,42 @@
+// layer: core
+#include "app/dropped_songs.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "fakes/fake_message_boxes.h"
+#include "fakes/temporary_folder.h"
+
+namespace vexolo {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(DroppedSongs, AreAddedInTheirOrder) {
+  PlayListModel playlist;
+  FakeMessageBoxes boxes;
+  playlist.AjouteFichierPlayList("/s/a.mid");
+  EXPECT_TRUE(AddSongs({"/s/c.kar", "/s/b.mid"}, playlist, boxes));
+  EXPECT_THAT(playlist.paths(), ElementsAre("/s/a.mid", "/s/c.kar", "/s/b.mid"));
+  EXPECT_FALSE(AddSongs({}, playlist, boxes));
+  EXPECT_FALSE(AddSongs({""}, playlist, boxes));
+}
+
+TEST(DroppedSongs, AListFileAddsItsSongs) {
+  PlayListModel playlist;
+  FakeMessageBoxes boxes;
+  const TemporaryFolder folder;
+  const std::string list = folder.Write("Party.M3U", "# songs\r\none.kar\r\nnotes.txt\r\n");
+  EXPECT_TRUE(AddSongs({list, "/s/b.mid"}, playlist, boxes));
+  EXPECT_THAT(playlist.paths(), ElementsAre(folder / "one.kar", "/s/b.mid"));
+}
+
+TEST(DroppedSongs, AListFileThatCannotBeReadIsTold) {
+  PlayListModel playlist;
+  FakeMessageBoxes boxes;
+  EXPECT_FALSE(AddSongs({"/nowhere/list.zvp"}, playlist, boxes));
+  EXPECT_EQ(1u, boxes.shown.size());
+}
+
+}  // namespace
+}  // namespace vexolo

@@ -1,0 +1,51 @@
+// layer: core
+#include "app/main_place.h"
+
+#include <gtest/gtest.h>
+
+#include "fakes/fake_message_boxes.h"
+#include "fakes/temporary_folder.h"
+
+namespace vexolo {
+namespace {
+
+constexpr WindowExtent kWindow = {900, 420};
+constexpr WindowExtent kScreen = {1600, 1200};
+constexpr WindowPlace kCentred = {350, 390};
+
+class MainPlaceTest : public testing::Test {
+ protected:
+  WindowPlace PlaceFor(const char* x, const char* y) {
+    ini_.WriteIni("Main", "X", x);
+    ini_.WriteIni("Main", "Y", y);
+    return MainPlace(ini_, kWindow, kScreen);
+  }
+  TemporaryFolder folder_;
+  FakeMessageBoxes boxes_;
+  ModIni ini_{folder_ / "Vexolo.ini", boxes_};
+};
+
+TEST_F(MainPlaceTest, IsKeptInTwips) {
+  EXPECT_EQ((WindowPlace{100, 50}), PlaceFor("1500", "750"));
+  StoreMainPlace(ini_, {20, 30});
+  EXPECT_EQ("300", ini_.ReadIni("Main", "X"));
+  EXPECT_EQ("450", ini_.ReadIni("Main", "Y"));
+  EXPECT_EQ((WindowPlace{20, 30}), MainPlace(ini_, kWindow, kScreen));
+}
+
+TEST_F(MainPlaceTest, BeyondTheScreenTheWindowIsCentred) {
+  EXPECT_EQ(kCentred, PlaceFor("24000", "0"));  // 1600 pixels
+  EXPECT_EQ((WindowPlace{1599, 0}), PlaceFor("23985", "0"));
+  EXPECT_EQ(kCentred, PlaceFor("0", "18000"));
+  EXPECT_EQ((WindowPlace{0, 1199}), PlaceFor("0", "17985"));
+  EXPECT_EQ(kCentred, PlaceFor("-13500", "0"));
+  EXPECT_EQ((WindowPlace{-50, -10}), PlaceFor("-750", "-150"));
+}
+
+TEST_F(MainPlaceTest, WithoutAPlaceTheWindowIsCentred) {
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, kScreen));
+  EXPECT_EQ(kCentred, PlaceFor("", "300"));
+}
+
+}  // namespace
+}  // namespace vexolo
