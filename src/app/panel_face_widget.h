@@ -1,0 +1,43 @@
+/// The panel of the main window: what is painted behind its controls.
+#pragma once
+
+#include <QPixmap>
+#include <QString>
+#include <QWidget>
+
+namespace vexolo {
+
+class Skin;
+
+/// What is engraved on the panel, in the language in use.
+struct PanelCaptions {
+  QString solo;
+  QString mute;
+  QString gain;
+  QString transpose;
+  QString speed;
+};
+
+/// Plates, displays' glass, captions, screws and name plate, at the places of panel_layout.h. The
+/// controls are its children. Painted once for each scale of the screen and kept. Window thread
+/// only.
+class PanelFaceWidget : public QWidget {
+ public:
+  PanelFaceWidget(const Skin& skin, QWidget* parent);
+
+  void SetCaptions(const PanelCaptions& captions);
+
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void PaintFace(QPainter& painter) const;
+
+  const Skin& skin_;
+  PanelCaptions captions_;
+  QPixmap face_;
+};
+
+}  // namespace vexolo

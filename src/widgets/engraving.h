@@ -1,0 +1,19 @@
+/// Lettering of the skinned windows.
+#pragma once
+
+#include <QRect>
+#include <QString>
+
+class QPainter;
+
+namespace vexolo {
+
+enum class Lettering { kCaption, kBright };
+
+/// Draws `text` into `place` as if it were cut into the panel: capitals, a dark edge above, a light
+/// one below. Centred unless `alignment` says otherwise; a text that is too long is set narrower.
+void DrawEngraved(QPainter& painter, const QRect& place, const QString& text,
+                  Lettering lettering = Lettering::kCaption,
+                  Qt::Alignment alignment = Qt::AlignCenter);
+
+}  // namespace vexolo
