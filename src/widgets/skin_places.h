@@ -123,6 +123,9 @@ inline constexpr NinePatch kPlatePatch{kButtonSheet, {240, 48, 48, 48}, 16};
 inline constexpr SpriteRect kScrewSprite{288, 48, 24, 24};
 inline constexpr SpriteRect kScrewTurnedSprite{288, 72, 24, 24};
 inline constexpr NinePatch kGroovePatch{kButtonSheet, {192, 96, 48, 16}, 7};
+/// Overload lamp, 18 x 18.
+constexpr SpriteRect ClipLampSprite(bool is_lit) { return {is_lit ? 219 : 195, 123, 18, 18}; }
+
 inline constexpr SpriteRect kSliderCapSprite{240, 96, 24, 24};
 inline constexpr SpriteRect kSliderCapHoverSprite{264, 96, 24, 24};
 inline constexpr SpriteRect kSliderCapDownSprite{288, 96, 24, 24};
