@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "audio/error_report.h"
@@ -35,6 +36,16 @@ TEST_F(LoaderTest, AnEmptyFolderGivesTheOpenEngine) {
   EXPECT_EQ(library->api().BASS_GetVersion() >> 16, bass::BASSVERSION);
 }
 
+TEST_F(LoaderTest, TheOpenEngineNamesWhatItIsBuiltOn) {
+  const auto library = AudioLibrary::OpenEngine();
+  EXPECT_THAT(library->Components(),
+              testing::ElementsAre(testing::MatchesRegex("FluidSynth [0-9.]+"),
+                                   testing::MatchesRegex("RtAudio [0-9.]+")));
+  ASSERT_TRUE(library->api().BASS_Init(0, 44100, 0, nullptr, nullptr));
+  EXPECT_EQ(library->OutputName(), "") << "no device was asked for";
+  library->api().BASS_Free();
+}
+
 TEST_F(LoaderTest, TwoOfTheThreeAreNotEnough) {
   Put("libbass.so");
   Put("libbassmidi.so");
@@ -55,6 +66,8 @@ TEST_F(LoaderTest, AllThreeAreUsedEachForItsOwnFunctions) {
   EXPECT_EQ(library->api().BASS_Encode_IsActive(0), 7u);
   EXPECT_EQ(library->api().BASS_MIDI_FontInit("x", 0), 0u);
   EXPECT_FALSE(library->OutputIsSilent());
+  EXPECT_EQ(library->OutputName(), "");
+  EXPECT_TRUE(library->Components().empty());
 }
 
 TEST_F(LoaderTest, ALibraryThatMissesAFunctionIsNotUsed) {

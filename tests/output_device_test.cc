@@ -341,6 +341,7 @@ class FakeBackend final : public DeviceBackend {
     open_ = false;
   }
   std::uint32_t LatencyFrames() const override { return device_.latency; }
+  std::string Name() const override { return "Fake"; }
 
  private:
   void Join() {
@@ -404,6 +405,19 @@ TEST(FallbackOutput, DeviceRendersWhereThereIsOne) {
   EXPECT_EQ(rig.listener.largest, 512);
   EXPECT_EQ(rig.listener.smallest, 512) << "the clock does not render beside it";
   EXPECT_FALSE(rig.output->IsSilent());
+}
+
+TEST(FallbackOutput, OnlyADeviceInUseIsNamed) {
+  Rig rig;
+  rig.Create();
+  EXPECT_EQ(rig.output->DeviceName(), "Fake");
+  rig.output.reset();
+  rig.fake.present = false;
+  rig.Play();
+  EXPECT_EQ(rig.output->DeviceName(), "");
+  rig.fake.present = true;
+  EXPECT_TRUE(rig.output->Start());
+  EXPECT_EQ(rig.output->DeviceName(), "Fake");
 }
 
 TEST(FallbackOutput, LatencyIsQueued) {

@@ -103,6 +103,8 @@ class ClosedLibraries final : public AudioLibrary {
   const bass::Api& api() const override { return api_; }
   bool is_open_engine() const override { return false; }
   bool OutputIsSilent() const override { return false; }
+  std::string OutputName() const override { return {}; }
+  std::vector<std::string> Components() const override { return {}; }
   std::uint64_t LateBlocks() const override { return 0; }
 
  private:
@@ -140,6 +142,8 @@ class OpenEngineLibrary final : public AudioLibrary {
   const bass::Api& api() const override { return engine::EngineApi(); }
   bool is_open_engine() const override { return true; }
   bool OutputIsSilent() const override { return engine::OutputIsSilent(); }
+  std::string OutputName() const override { return engine::OutputName(); }
+  std::vector<std::string> Components() const override { return engine::Components(); }
   std::uint64_t LateBlocks() const override { return engine::LateBlocks(); }
 };
 

@@ -23,6 +23,11 @@ class AudioLibrary {
   /// True while sound goes nowhere because the machine has no sound device. The closed library has
   /// no such state: there BASS_Init fails.
   virtual bool OutputIsSilent() const = 0;
+  /// What the system calls the sound device in use; empty where there is none or the library does
+  /// not tell.
+  virtual std::string OutputName() const = 0;
+  /// Names and versions of what the library itself is built on, as far as it is known.
+  virtual std::vector<std::string> Components() const = 0;
   /// Output blocks that came too late, as far as the library counts them.
   virtual std::uint64_t LateBlocks() const = 0;
 

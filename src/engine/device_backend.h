@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace vexolo::engine {
 
@@ -29,9 +30,14 @@ class DeviceBackend {
   virtual void Close() = 0;
   /// Frames that the device holds between a call and the ear.
   virtual std::uint32_t LatencyFrames() const = 0;
+  /// What the system calls the device that was opened last, for people to read.
+  virtual std::string Name() const { return {}; }
 };
 
 /// The machine's sound system.
 std::unique_ptr<DeviceBackend> CreateSystemBackend();
+
+/// Name and version of the library that reaches it.
+std::string SoundSystemVersion();
 
 }  // namespace vexolo::engine

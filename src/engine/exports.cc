@@ -4,7 +4,9 @@
 #include <cstring>
 #include <string>
 
+#include "engine/device_backend.h"
 #include "engine/library.h"
+#include "engine/sound_font.h"
 
 namespace vexolo::engine {
 namespace {
@@ -380,6 +382,10 @@ void SetProcessStarter(ProcessStarter starter) {
 }
 
 bool OutputIsSilent() { return TheLibrary().OutputIsSilent(); }
+
+std::string OutputName() { return TheLibrary().OutputName(); }
+
+std::vector<std::string> Components() { return {SynthesiserVersion(), SoundSystemVersion()}; }
 
 std::uint64_t LateBlocks() { return TheLibrary().LateBlocks(); }
 

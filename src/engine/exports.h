@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "audio/bass.h"
 #include "engine/encoder.h"
@@ -17,6 +19,12 @@ void SetProcessStarter(ProcessStarter starter);
 
 /// True while sound goes nowhere because the machine has no sound device.
 bool OutputIsSilent();
+
+/// What the system calls the sound device in use; empty where there is none.
+std::string OutputName();
+
+/// Names and versions of the libraries that the engine is built on.
+std::vector<std::string> Components();
 
 /// Output blocks that came too late since BASS_Init.
 std::uint64_t LateBlocks();

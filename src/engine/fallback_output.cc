@@ -88,6 +88,11 @@ void FallbackOutput::Stop() {
   run_.compare_exchange_strong(running, Run::kStopping);
 }
 
+std::string FallbackOutput::DeviceName() const {
+  const std::lock_guard lock(control_);
+  return silent_ ? std::string() : backend_->Name();
+}
+
 void FallbackOutput::Wake() {
   { const std::lock_guard lock(sleep_); }  // whoever is about to sleep has looked before
   wake_.notify_all();

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 
 #include "engine/device_backend.h"
@@ -37,6 +38,7 @@ class FallbackOutput final : public OutputDevice {
   bool Start() override;
   void Stop() override;
   bool IsSilent() const override { return silent_; }
+  std::string DeviceName() const override;
   std::uint32_t QueuedFrames() const override { return heard_.Queued(Clock::now()); }
   std::uint64_t HeardFrames() const override { return heard_.Heard(Clock::now()); }
   std::uint64_t LateBlocks() const override { return late_; }
@@ -65,7 +67,7 @@ class FallbackOutput final : public OutputDevice {
   const RenderProc render_;
   void* const user_;
 
-  std::mutex control_;  ///< Start against Start
+  mutable std::mutex control_;  ///< Start against Start
   std::atomic<Run> run_ = Run::kIdle;
   std::atomic<Renderer> renderer_ = Renderer::kNobody;
   /// Taken for one call of the procedure: a renderer that was replaced while it was late, and its

@@ -476,4 +476,6 @@ std::shared_ptr<SoundFont> SoundFont::Load(const std::string& path, Error* error
   return std::make_shared<FluidSoundFont>(std::move(bank), std::move(*catalogue));
 }
 
+std::string SynthesiserVersion() { return std::string("FluidSynth ") + fluid_version_str(); }
+
 }  // namespace vexolo::engine

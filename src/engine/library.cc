@@ -95,6 +95,11 @@ bool Library::OutputIsSilent() const {
   return device_ != nullptr && device_->IsSilent();
 }
 
+std::string Library::OutputName() const {
+  const std::lock_guard lock(device_mutex_);
+  return device_ != nullptr ? device_->DeviceName() : std::string();
+}
+
 std::uint64_t Library::LateBlocks() const {
   const std::lock_guard lock(device_mutex_);
   return device_ != nullptr ? device_->LateBlocks() : 0;

@@ -30,6 +30,7 @@ class Library final : private StreamOutput {
   int Free();
   bool initialised() const;
   bool OutputIsSilent() const;
+  std::string OutputName() const;
   std::uint64_t LateBlocks() const;
   void SetProcessStarter(ProcessStarter starter);
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace vexolo::engine {
 
@@ -30,6 +31,10 @@ class OutputDevice {
 
   /// The silent clock is running in place of a device (also when it was asked for).
   virtual bool IsSilent() const = 0;
+
+  /// What the system calls the device in use; empty while the silent clock runs. May wait for a
+  /// Start that is under way.
+  virtual std::string DeviceName() const = 0;
 
   /// Frames handed over by the procedure and not heard yet, estimated between two blocks from the
   /// time that has passed. A block counts once its call has returned. Any thread, without a lock.

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <exception>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -88,6 +89,7 @@ class RtAudioBackend final : public DeviceBackend {
   }
 
   std::uint32_t LatencyFrames() const override { return latency_; }
+  std::string Name() const override { return name_; }
 
  private:
   bool OpenWith(RtAudio::Api api) {
@@ -106,6 +108,8 @@ class RtAudioBackend final : public DeviceBackend {
     RtAudio::StreamParameters parameters;
     parameters.deviceId = audio_->getDefaultOutputDevice();
     parameters.nChannels = 2;
+    name_ = audio_->getDeviceInfo(parameters.deviceId).name + " (" +
+            RtAudio::getApiDisplayName(api) + ")";
     RtAudio::StreamOptions options;
     options.flags = RTAUDIO_SCHEDULE_REALTIME;
     // The hardware itself may know other rates only; the default device converts.
@@ -141,10 +145,13 @@ class RtAudioBackend final : public DeviceBackend {
   FillProc fill_ = nullptr;
   void* user_ = nullptr;
   std::uint32_t latency_ = 0;
+  std::string name_;
 };
 
 }  // namespace
 
 std::unique_ptr<DeviceBackend> CreateSystemBackend() { return std::make_unique<RtAudioBackend>(); }
+
+std::string SoundSystemVersion() { return "RtAudio " + RtAudio::getVersion(); }
 
 }  // namespace vexolo::engine

@@ -49,4 +49,7 @@ class SoundFont {
   std::atomic<float> volume{1.0f};
 };
 
+/// Name and version of the library that plays banks.
+std::string SynthesiserVersion();
+
 }  // namespace vexolo::engine
