@@ -93,7 +93,7 @@ TEST_P(HelpPages, SayAsMuchInEveryLanguage) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shipped, HelpPages, testing::Values("fr", "en"),
+INSTANTIATE_TEST_SUITE_P(Shipped, HelpPages, testing::Values("fr", "en", "es", "de"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
