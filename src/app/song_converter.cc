@@ -9,7 +9,6 @@
 #include "mixer/knobs.h"
 #include "platform/file_io.h"
 #include "platform/paths.h"
-#include "platform/text_encoding.h"
 #include "settings/language.h"
 
 namespace vexolo {
@@ -115,8 +114,8 @@ ConvertDefaults LoadConvertDefaults(ModIni& ini) {
 class SongConverter::OpenSong : public SongConversion {
  public:
   OpenSong(SongConverter& converter, const std::string& song)
-      : SongConversion(converter.state_, converter.start_, song),
-        stream_(converter.state_.audio.stream) {}
+      : SongConversion(converter.song_.state, converter.song_.start, song),
+        stream_(converter.song_.state.audio.stream) {}
 
   bass::HSTREAM OpenForRendering() override { return stream_; }
 
@@ -127,17 +126,11 @@ class SongConverter::OpenSong : public SongConversion {
 SongConverter::SongConverter(const ConvertContext& context)
     : context_(context),
       boxes_(context.options.overwrite),
-      ini_(context.settings_file, boxes_),
-      state_(context.api, nullptr),
-      binding_(context.api, state_.audio, ini_, boxes_),
-      settings_(ini_, context.decimal_separator),
-      start_(context.api, state_, binding_, ini_, settings_, nullptr) {
-  state_.conversion.max_line_length =
+      song_(context.api, context.settings_file, context.decimal_separator, boxes_) {
+  song_.state.conversion.max_line_length =
       context.options.max_length.value_or(context.defaults.max_length);
-  state_.mix.AutoMute = context.options.auto_mute.value_or(context.defaults.auto_mute);
+  song_.state.mix.AutoMute = context.options.auto_mute.value_or(context.defaults.auto_mute);
 }
-
-SongConverter::~SongConverter() { start_.CloseSong(); }
 
 SongReport SongConverter::Convert(const std::string& song, const RunProgress& progress) {
   SongReport report;
@@ -162,7 +155,7 @@ SongReport SongConverter::Convert(const std::string& song, const RunProgress& pr
       }
     }
   }
-  start_.CloseSong();
+  song_.start.CloseSong();
   if (!report.reason.empty()) report.outcome = SongReport::Outcome::kFailed;
   return report;
 }
@@ -175,10 +168,10 @@ std::string SongConverter::Open(const std::string& song) {
   options.use_song_settings = !context_.options.ignore_song_settings;
   options.adjust_mix = [this](MixState& mix) { AdjustMix(mix); };
   options.adjust_markers = [this](Markers& markers) { AdjustMarkers(markers); };
-  if (start_.Start(song, options) != SongStartResult::kStarted) {
+  if (song_.start.Start(song, options) != SongStartResult::kStarted) {
     return WithError("cannot be read", context_.api.BASS_ErrorGetCode());
   }
-  return state_.audio.font == 0 ? "the SoundFont cannot be opened" : std::string();
+  return song_.state.audio.font == 0 ? "the SoundFont cannot be opened" : std::string();
 }
 
 void SongConverter::AdjustMix(MixState& mix) {
@@ -191,12 +184,12 @@ void SongConverter::AdjustMix(MixState& mix) {
     const bool is_muted = (options.mute >> channel & 1U) != 0;
     if (is_muted) mix.ChannelMute[static_cast<std::size_t>(channel)] = 1;
   }
-  state_.audio.font = context_.banks.ForGain(mix.Gain);
+  song_.state.audio.font = context_.banks.ForGain(mix.Gain);
 }
 
 void SongConverter::AdjustMarkers(Markers& markers) {
   const ConvertOptions& options = context_.options;
-  const double factor = state_.audio.speed_factor;
+  const double factor = song_.state.audio.speed_factor;
   RescaleForSpeed(markers, stored_factor_, factor);
   if (!options.start && !options.end) return;
   // What the song's settings keep switched off does not come back with the other marker.
@@ -219,18 +212,14 @@ RunRequest SongConverter::MakeRequest(const std::string& song) const {
   settings.rate = options.rate.value_or(defaults.rate);
   settings.make_lyrics_file = options.lyrics.value_or(defaults.lyrics);
   settings.max_line_length = options.max_length.value_or(defaults.max_length);
-  settings.tags = {options.artist.value_or(SongText(state_.lyrics.artist())),
-                   options.title.value_or(SongText(state_.lyrics.title())),
+  settings.tags = {options.artist.value_or(song_.Text(song_.state.lyrics.artist())),
+                   options.title.value_or(song_.Text(song_.state.lyrics.title())),
                    options.album,
                    options.year,
                    options.track,
                    options.genre,
                    options.comment};
   return request;
-}
-
-std::string SongConverter::SongText(const std::string& bytes) const {
-  return Utf8FromWindows1252(state_.lyrics.ConvertLyricText(bytes));
 }
 
 }  // namespace vexolo

@@ -8,11 +8,8 @@
 
 #include "app/bank_pool.h"
 #include "app/convert_options.h"
-#include "app/program_state.h"
-#include "app/song_start.h"
-#include "audio/audio_binding.h"
+#include "app/separate_song.h"
 #include "convert/encoding_run.h"
-#include "mixer/song_settings.h"
 #include "platform/message_box.h"
 #include "settings/mod_ini.h"
 
@@ -81,7 +78,6 @@ class SongConverter {
  public:
   /// The context must outlive this object.
   explicit SongConverter(const ConvertContext& context);
-  ~SongConverter();
   SongConverter(const SongConverter&) = delete;
   SongConverter& operator=(const SongConverter&) = delete;
 
@@ -96,15 +92,10 @@ class SongConverter {
   void AdjustMix(MixState& mix);
   void AdjustMarkers(Markers& markers);
   RunRequest MakeRequest(const std::string& song) const;
-  std::string SongText(const std::string& bytes) const;
 
   const ConvertContext& context_;
   ConvertBoxes boxes_;
-  ModIni ini_;
-  modMidiTest state_;
-  AudioBinding binding_;
-  SongSettings settings_;
-  SongStart start_;
+  SeparateSong song_;
   double stored_factor_ = 1;  ///< speed factor of the song's settings, to which its markers belong
 };
 

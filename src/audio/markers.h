@@ -12,6 +12,7 @@ struct Markers {
   double start = 0;
   double end = 0;
   bool on = false;
+  bool operator==(const Markers&) const = default;
 };
 
 /// What is stored for a typed time, and the time at which a stored marker acts: the typed time

@@ -56,9 +56,9 @@ ConversionBoxes BoxesOf(const ConversionSettings& settings) {
 
 OutputBase BaseOf(const ConversionSettings& settings, const std::string& song_path,
                   PathStyle style) {
-  return MakeOutputBase({settings.folder, settings.scheme, settings.tags.artist,
-                         settings.tags.title, song_path},
-                        style);
+  return MakeOutputBase(
+      {settings.folder, settings.scheme, settings.tags.artist, settings.tags.title, song_path},
+      style);
 }
 
 }  // namespace
@@ -122,8 +122,9 @@ ConversionSettings ConversionForm::Settings() const {
 }
 
 SongTags ConversionForm::Tags() const {
-  return {boxes.artist, boxes.title, boxes.album,  boxes.year,
-          boxes.track,  std::string(GenreAt(boxes.genre)), boxes.comment};
+  return {boxes.artist, boxes.title, boxes.album,
+          boxes.year,   boxes.track, std::string(GenreAt(boxes.genre)),
+          boxes.comment};
 }
 
 ConversionSettings WithFullFolder(ConversionSettings settings, const std::string& song_path,

@@ -1,0 +1,242 @@
+#include "app/conversion_job.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "app/separate_song.h"
+#include "app/song_conversion.h"
+
+namespace vexolo {
+
+namespace {
+
+double SystemClock() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
+
+/// Where the worker waits for the window. It outlives the job as long as a posted function knows
+/// it.
+struct ConversionJob::Meeting {
+  std::mutex mutex;
+  std::condition_variable answered;
+  std::optional<bool> answer;
+  bool abandoned = false;  ///< the window has gone
+
+  /// Worker.
+  bool WaitForAnswer() {
+    std::unique_lock lock(mutex);
+    answered.wait(lock, [this] { return answer || abandoned; });
+    return std::exchange(answer, std::nullopt).value_or(false);
+  }
+  /// Window thread.
+  void Answer(bool yes) {
+    const std::lock_guard lock(mutex);
+    answer = yes;
+    answered.notify_all();
+  }
+  void Abandon() {
+    const std::lock_guard lock(mutex);
+    abandoned = true;
+    answered.notify_all();
+  }
+  bool IsAbandoned() {
+    const std::lock_guard lock(mutex);
+    return abandoned;
+  }
+};
+
+/// The thread's side: its own record of the song, and the boxes of the run.
+class ConversionJob::Worker : private MessageBoxes {
+ public:
+  explicit Worker(ConversionJob& job)
+      : job_(job), song_(job.parts_.api, job.parts_.settings_file, job.parts_.separator, *this) {}
+
+  /// True where the song is open.
+  bool Open(const JobSong& song) {
+    Close();
+    song_.state.audio.font = song.font;
+    song_.state.mix.AutoMute = song.auto_mute;
+    if (song_.start.Start(song.path, OptionsFor(song)) != SongStartResult::kStarted) return false;
+    open_ = song;
+    return true;
+  }
+
+  void Close() {
+    song_.start.CloseSong();
+    open_.reset();
+  }
+
+  OpenedSong Opened() const {
+    OpenedSong opened;
+    if (!open_) return opened;
+    const AudioState& audio = song_.state.audio;
+    opened.stream = audio.stream;
+    opened.artist = song_.Text(song_.state.lyrics.artist());
+    opened.title = song_.Text(song_.state.lyrics.title());
+    opened.mix = CopyOfMix(song_.state.mix);
+    opened.markers = audio.markers;
+    opened.speed_factor = audio.speed_factor;
+    opened.base_tempo = audio.base_tempo;
+    opened.length = audio.song_length;
+    opened.length_ticks = audio.song_length_ticks;
+    return opened;
+  }
+
+  RunOutcome Run(const JobSong& song, const RunRequest& request,
+                 std::shared_ptr<const Events> events);
+
+ private:
+  class Rendering;
+
+  static SongStartOptions OptionsFor(const JobSong& song) {
+    SongStartOptions options;
+    options.use = SongUse::kConversion;
+    if (song.user_mix) {
+      options.adjust_mix = [&song](MixState& mix) { SetUserMix(song.user_mix->mix, mix); };
+      options.adjust_markers = [&song](Markers& markers) { markers = song.user_mix->markers; };
+    }
+    return options;
+  }
+
+  void Show(const std::string& text, const std::string& title, BoxIcon icon) override {
+    messages_.push_back({text, title, icon});
+  }
+  bool AskYesNo(const std::string& text, const std::string& title) override {
+    return Ask([events = events_, text, title] { return events->ask(text, title); });
+  }
+  /// False where nobody can answer any more.
+  bool Ask(std::function<bool()> question) {
+    const std::shared_ptr<Meeting> meeting = job_.meeting_;
+    job_.Tell([meeting, question = std::move(question)] { meeting->Answer(question()); });
+    return meeting->WaitForAnswer();
+  }
+
+  ConversionJob& job_;
+  SeparateSong song_;
+  std::optional<JobSong> open_;
+  std::shared_ptr<const Events> events_;  ///< of the run under way
+  std::vector<RunMessage> messages_;
+};
+
+/// The song of one run.
+class ConversionJob::Worker::Rendering : public SongConversion {
+ public:
+  Rendering(Worker& worker, const JobSong& song)
+      : SongConversion(worker.song_.state, worker.song_.start, song.path),
+        worker_(worker),
+        song_(song) {}
+
+  bass::HSTREAM OpenForRendering() override {
+    const bool may_open = worker_.Ask([events = worker_.events_] {
+      events->replace();
+      return true;
+    });
+    if (!may_open) return 0;
+    // Where the song cannot be opened, the library's error code is asked for next.
+    const bool is_open = worker_.open_ == song_ || worker_.Open(song_);
+    const OpenedSong opened = worker_.Opened();
+    ConversionJob& job = worker_.job_;
+    if (is_open) {
+      job.length_ = RenderedSeconds();
+      job.begun_ = job.parts_.clock();
+    }
+    job.Tell([events = worker_.events_, opened] { events->opened(opened); });
+    return opened.stream;
+  }
+
+  void Close() override { worker_.Close(); }
+
+ private:
+  Worker& worker_;
+  const JobSong& song_;
+};
+
+RunOutcome ConversionJob::Worker::Run(const JobSong& song, const RunRequest& request,
+                                      std::shared_ptr<const Events> events) {
+  events_ = std::move(events);
+  messages_.clear();
+  Rendering rendering(*this, song);
+  RunOutcome outcome;
+  outcome.result = RunConversion(job_.parts_.api, rendering, request, *this, [this](double share) {
+    job_.share_ = share;
+    return !job_.cancelled_;
+  });
+  outcome.messages = std::move(messages_);
+  Close();
+  return outcome;
+}
+
+ConversionJob::ConversionJob(Parts parts)
+    : parts_(std::move(parts)), meeting_(std::make_shared<Meeting>()) {
+  if (!parts_.clock) parts_.clock = SystemClock;
+}
+
+ConversionJob::~ConversionJob() { GiveUp(); }
+
+void ConversionJob::Open(const JobSong& song, std::function<void(const OpenedSong&)> opened) {
+  Start([this, song, opened = std::move(opened)] {
+    worker_->Open(song);
+    Tell([this, opened, answer = worker_->Opened()] {
+      Finish();
+      opened(answer);
+    });
+  });
+}
+
+void ConversionJob::Run(const JobSong& song, const RunRequest& request, Events events) {
+  Start([this, song, request, events = std::make_shared<const Events>(std::move(events))] {
+    RunOutcome outcome = worker_->Run(song, request, events);
+    Tell([this, events, outcome = std::move(outcome)] {
+      Finish();
+      events->ended(outcome);
+    });
+  });
+}
+
+void ConversionJob::Start(std::function<void()> work) {
+  cancelled_ = false;
+  share_ = 0;
+  length_ = 0;
+  begun_ = -1;
+  if (worker_ == nullptr) worker_ = std::make_unique<Worker>(*this);
+  thread_ = std::thread(std::move(work));
+}
+
+void ConversionJob::Tell(std::function<void()> function) {
+  parts_.post([meeting = meeting_, function = std::move(function)] {
+    if (!meeting->IsAbandoned()) function();
+  });
+}
+
+// The thread has posted the last thing that it had to say.
+void ConversionJob::Finish() {
+  if (thread_.joinable()) thread_.join();
+}
+
+void ConversionJob::Discard() {
+  if (!is_under_way() && worker_ != nullptr) worker_->Close();
+}
+
+void ConversionJob::GiveUp() {
+  Cancel();
+  meeting_->Abandon();
+  Finish();
+  worker_.reset();
+}
+
+JobProgress ConversionJob::Progress() const {
+  JobProgress progress;
+  const double begun = begun_;
+  if (begun < 0) return progress;
+  progress.is_rendering = true;
+  progress.share = share_;
+  progress.seconds = progress.share * length_;
+  progress.elapsed = parts_.clock() - begun;
+  return progress;
+}
+
+}  // namespace vexolo
