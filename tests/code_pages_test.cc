@@ -96,8 +96,41 @@ TEST(CodePages, ForcedPageGoesBeforeTheDetectedOne) {
 }
 
 TEST(CodePages, AForcedPageWithoutATableLeavesTheTextAlone) {
-  EXPECT_EQ("\x82", Converted(3, 0x82));
+  EXPECT_EQ("\x82", Converted(4, 0x82));
   EXPECT_EQ("\x82", Converted(32767, 0x82));
+}
+
+TEST(CodePages, Utf8IsNeverDetectedButCanBeForced) {
+  LyricCodePages pages;
+  pages.DetectCodePage("d\xC3\xA9j\xC3\xA0");
+  EXPECT_EQ(-1, pages.detected());
+  pages.set_forced(kCodePageUtf8);
+  EXPECT_EQ("d\xE9j\xE0", pages.ConvertLyricText("d\xC3\xA9j\xC3\xA0"));
+  EXPECT_EQ("c\x9Cur \x80", pages.ConvertLyricText("c\xC5\x93ur \xE2\x82\xAC"));
+  EXPECT_EQ("", pages.ConvertLyricText(""));
+}
+
+TEST(CodePages, WhatUtf8CannotShowBecomesAQuestionMark) {
+  LyricCodePages pages;
+  pages.set_forced(kCodePageUtf8);
+  EXPECT_EQ("a?b", pages.ConvertLyricText("a\xD0\x96"
+                                          "b"));  // a letter without a place
+  EXPECT_EQ("a?b", pages.ConvertLyricText("a\x82"
+                                          "b"));     // no UTF-8
+  EXPECT_EQ("a?", pages.ConvertLyricText("a\xC3"));  // cut in the middle
+  EXPECT_EQ("ab", pages.ConvertLyricText("\xEF\xBB\xBF"
+                                         "a\xEF\xBB\xBF"
+                                         "b"));
+}
+
+TEST(CodePages, ConversionsAreAppended) {
+  LyricCodePages pages;
+  for (std::int16_t page = -1; page <= 3; ++page) {
+    pages.set_forced(page);
+    std::string text = "one ";
+    pages.AppendConverted("two", text);
+    EXPECT_EQ("one two", text);
+  }
 }
 
 TEST(CodePages, CharactersBelow128AreCopied) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "platform/text_encoding.h"
+
 namespace vexolo {
 
 namespace {
@@ -66,6 +68,15 @@ int Classify(unsigned char code) {
   return kCodePageNone;
 }
 
+void AppendFromUtf8(std::string_view text, std::string& converted) {
+  while (!text.empty()) {
+    const std::size_t mark = text.find(kUtf8ByteOrderMark);
+    AppendWindows1252FromUtf8(text.substr(0, mark), '?', converted);
+    if (mark == std::string_view::npos) return;
+    text.remove_prefix(mark + kUtf8ByteOrderMark.size());
+  }
+}
+
 }  // namespace
 
 void LyricCodePages::DetectCodePage(std::string_view text) {
@@ -96,15 +107,28 @@ void LyricCodePages::DetectCodePage(std::string_view text) {
 }
 
 std::string LyricCodePages::ConvertLyricText(std::string_view text) const {
-  const std::int16_t page = forced_ >= 0 ? forced_ : detected_;
-  std::string converted(text);
-  if (page < 1 || static_cast<std::size_t>(page) >= kTables.size()) return converted;
-  const Table& table = *kTables[static_cast<std::size_t>(page)];
-  for (char& character : converted) {
-    const auto code = static_cast<unsigned char>(character);
-    if (code >= 128) character = static_cast<char>(table[code - 128u]);
-  }
+  std::string converted;
+  converted.reserve(text.size());
+  AppendConverted(text, converted);
   return converted;
+}
+
+void LyricCodePages::AppendConverted(std::string_view text, std::string& converted) const {
+  const std::int16_t forced_page = forced();
+  const std::int16_t page = forced_page >= 0 ? forced_page : detected_;
+  if (page == kCodePageUtf8) {
+    AppendFromUtf8(text, converted);
+    return;
+  }
+  if (page < 1 || static_cast<std::size_t>(page) >= kTables.size()) {
+    converted += text;
+    return;
+  }
+  const Table& table = *kTables[static_cast<std::size_t>(page)];
+  for (const char character : text) {
+    const auto code = static_cast<unsigned char>(character);
+    converted += code < 128 ? character : static_cast<char>(table[code - 128u]);
+  }
 }
 
 }  // namespace vexolo

@@ -123,13 +123,17 @@ std::optional<std::string> Windows1252FromUtf8(std::string_view text) {
 std::string Windows1252FromUtf8OrReplace(std::string_view text, char replacement) {
   std::string bytes;
   bytes.reserve(text.size());
+  AppendWindows1252FromUtf8(text, replacement, bytes);
+  return bytes;
+}
+
+void AppendWindows1252FromUtf8(std::string_view text, char replacement, std::string& bytes) {
   while (!text.empty()) {
     const Character character = DecodeFirst(text);
     const int code = character.length == 0 ? -1 : Windows1252CodeOf(character.code);
     bytes += code < 0 ? replacement : static_cast<char>(code);
     text.remove_prefix(character.length == 0 ? 1 : character.length);
   }
-  return bytes;
 }
 
 DecodedText DecodeText(std::string_view bytes) {

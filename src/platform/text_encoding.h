@@ -30,6 +30,9 @@ std::optional<std::string> Windows1252FromUtf8(std::string_view text);
 /// part of a UTF-8 character).
 std::string Windows1252FromUtf8OrReplace(std::string_view text, char replacement = '?');
 
+/// The same, appended to `bytes`.
+void AppendWindows1252FromUtf8(std::string_view text, char replacement, std::string& bytes);
+
 /// A text file's content, decoded.
 struct DecodedText {
   std::string text;  ///< UTF-8, without byte-order mark
