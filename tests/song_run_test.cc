@@ -187,6 +187,30 @@ TEST_F(SongRunTest, AWavFileAndItsLyricsComeOfTheWholeRoad) {
   EXPECT_TRUE(boxes_.shown.empty());
 }
 
+TEST_F(SongRunTest, TheCodePageThatIsChosenActsOnTheLyricsFile) {
+  Run(1);
+  const double first = state_.lyrics.syllable(1).time;
+  SetMarkers(true, std::to_string(first - 0.5).c_str(), std::to_string(first + 0.5).c_str());
+  RunRequest request;
+  request.settings.folder = folder_.path() + "/";
+  request.settings.scheme = "song";
+  request.song_path = song_;
+  const auto lyrics_of_run = [&] {
+    SongConversion conversion(state_, start_, song_);
+    const RunResult result =
+        RunConversion(library_->api(), conversion, request, boxes_, [](double) { return true; });
+    EXPECT_EQ(RunStatus::kDone, result.status);
+    std::filesystem::remove(result.audio_path);
+    return folder_.Read("song.kok");
+  };
+  const std::string written = lyrics_of_run();
+  EXPECT_NE(std::string::npos, written.find('\xC0')) << written;
+  Set("Lyrics", "CodePage", "2");  // 0xC0 is "¿" there
+  const std::string as_macintosh = lyrics_of_run();
+  EXPECT_EQ(std::string::npos, as_macintosh.find('\xC0')) << as_macintosh;
+  EXPECT_NE(std::string::npos, as_macintosh.find('\xBF')) << as_macintosh;
+}
+
 TEST_F(SongRunTest, ASongThatCannotBeReadEndsTheRoadWithTheErrorBox) {
   const std::string bad = folder_.Write("bad.mid", "this is no song");
   RunRequest request;

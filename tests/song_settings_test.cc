@@ -226,6 +226,25 @@ TEST_F(SongFile, FolderThatCannotBeWrittenIsNotReported) {
   EXPECT_TRUE(boxes.shown.empty());
 }
 
+TEST_F(SongFile, TheCodePageOfTheLyricsIsKeptForTheSong) {
+  EXPECT_EQ(-1, settings.LoadCodePage());
+  for (std::int16_t page = 0; page <= 3; ++page) {
+    settings.SaveCodePage(page);
+    EXPECT_EQ(std::to_string(page), Saved("Lyrics", "CodePage"));
+    EXPECT_EQ(page, settings.LoadCodePage());
+  }
+  settings.SaveCodePage(-1);
+  EXPECT_EQ("", Saved("Lyrics", "CodePage"));
+  EXPECT_EQ(-1, settings.LoadCodePage());
+  for (const char* wrong : {"4", "-1", "12", "x"}) {
+    Write(std::string("[Lyrics]\nCodePage=") + wrong + "\n");
+    EXPECT_EQ(-1, settings.LoadCodePage()) << wrong;
+  }
+  settings.SetSong("");
+  settings.SaveCodePage(2);
+  EXPECT_EQ(-1, settings.LoadCodePage());
+}
+
 TEST_F(SongFile, EachSaveWritesItsOwnKeysOnly) {
   Write("[Gain]\nSlider=7\nOther=kept\n");
   state.Transpose = 2;

@@ -259,6 +259,18 @@ TEST_F(SongStartTest, TheLineLimitOfTheLyricsHoldsForConversionsOnly) {
   EXPECT_EQ(0, state_.lyrics.max_line_length());
 }
 
+TEST_F(SongStartTest, TheCodePageChosenForASongHoldsForThatSong) {
+  WriteSetting("Lyrics", "CodePage", "2");
+  Start();
+  EXPECT_EQ(kCodePageMacintosh, state_.lyrics.code_pages().forced());
+  Start(SongUse::kConversion);
+  EXPECT_EQ(kCodePageMacintosh, state_.lyrics.code_pages().forced());
+  start_.Start(folder_.Write("other.mid", "x"));
+  EXPECT_EQ(kCodePageNone, state_.lyrics.code_pages().forced());
+  start_.Start(song_, {.use_song_settings = false});
+  EXPECT_EQ(kCodePageNone, state_.lyrics.code_pages().forced());
+}
+
 TEST_F(SongStartTest, TheLengthIsTheOneAtTheSpeedInForce) {
   WriteSetting("Tempo", "Slider", "20");  // 20 % faster: factor 0.8
   ASSERT_EQ(SongStartResult::kStarted, Start());

@@ -75,6 +75,7 @@ void SongStart::OpenLyrics(SongUse use) {
 
 void SongStart::LoadSettings(const std::string& path, const SongStartOptions& options) {
   settings_.SetSong(options.use_song_settings ? path : std::string());
+  state_.lyrics.code_pages().set_forced(settings_.LoadCodePage());
   settings_.LoadMix(state_.mix);
   if (options.adjust_mix) options.adjust_mix(state_.mix);
 }

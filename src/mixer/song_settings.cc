@@ -10,6 +10,8 @@ namespace vexolo {
 namespace {
 
 constexpr const char* kSlider = "Slider";
+constexpr const char* kLyrics = "Lyrics";
+constexpr const char* kCodePage = "CodePage";
 
 std::string ChannelKey(int channel) { return "Ch" + std::to_string(channel); }
 std::string ControllerKey(int entry) { return "CC" + std::to_string(entry); }
@@ -144,6 +146,16 @@ void SongSettings::SaveMarqueurs(const Markers& markers) {
   Write("Marqueurs", "Marche", markers.on ? "1" : "0");
   Write("Marqueurs", "Debut", FormatNumber(markers.start, "0.000", separator_));
   Write("Marqueurs", "Fin", FormatNumber(markers.end, "0.000", separator_));
+}
+
+std::int16_t SongSettings::LoadCodePage() {
+  const std::string value = Read(kLyrics, kCodePage);
+  if (value.size() != 1 || value[0] < '0' || value[0] > '3') return -1;
+  return static_cast<std::int16_t>(value[0] - '0');
+}
+
+void SongSettings::SaveCodePage(std::int16_t page) {
+  Write(kLyrics, kCodePage, page < 0 ? std::string() : std::to_string(page));
 }
 
 }  // namespace vexolo

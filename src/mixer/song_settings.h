@@ -1,10 +1,12 @@
-/// The settings file beside each song: levels, mutes, overrides, Gain, Transpose, Speed, markers.
+/// The settings file beside each song: levels, mutes, overrides, Gain, Transpose, Speed, markers,
+/// code page of the lyrics.
 ///
 /// Sections and keys are those of the settings file's format: "Gain", "Tempo", "Transpose" with the
 /// key "Slider"; "Volume" and "Mute" with "Ch0".."Ch15"; "CC" with "CC0".."CC122"; "Marqueurs" with
-/// "Marche", "Debut" and "Fin".
+/// "Marche", "Debut" and "Fin"; "Lyrics" with "CodePage".
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -42,6 +44,8 @@ class SongSettings {
   void LoadMute(MixState& state);
   void LoadCC(MixState& state);
   void LoadMarqueurs(Markers& markers);
+  /// The code page that the user has chosen for the lyrics, 0..3; -1 = none, go by detection.
+  std::int16_t LoadCodePage();
 
   /// All of the mix, in the order that the operations need.
   void LoadMix(MixState& state);
@@ -55,6 +59,7 @@ class SongSettings {
   /// The override of an entry of the controller table; an empty value where it has none.
   void SaveCC(const MixState& state, int entry);
   void SaveMarqueurs(const Markers& markers);
+  void SaveCodePage(std::int16_t page);
 
  private:
   std::string Read(std::string_view section, std::string_view key);
