@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -21,10 +22,12 @@
 #include <unistd.h>
 
 #include "engine/encoder.h"
+#include "fakes/temporary_folder.h"
 
 namespace vexolo {
 namespace {
 
+namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using ::testing::HasSubstr;
 using Bytes = std::vector<std::uint8_t>;
@@ -392,6 +395,55 @@ TEST_F(ProcessTest, EncoderWhoseProgramQuitsEarly) {
 
 TEST_F(ProcessTest, EncoderWhoseProgramIsMissing) {
   EXPECT_EQ(engine::CreateProcessEncoder({"no-such-program-anywhere"}, PrintingTo("")), nullptr);
+}
+
+/// A program of the test's own.
+std::string Script(const TemporaryFolder& folder, const std::string& name,
+                   const std::string& content) {
+  const std::string path = folder.Write(name, "#!/bin/sh\n" + content);
+  fs::permissions(path, fs::perms::owner_all);
+  return path;
+}
+
+TEST(StartProgram, GoesItsOwnWay) {
+  const TemporaryFolder folder;
+  const std::string done = folder / "done";
+  ASSERT_TRUE(StartProgram(Script(folder, "a tool", "cat; echo ready > '" + done + "'\n")));
+  for (int i = 0; i < 500 && folder.Read("done") != "ready\n"; ++i) {
+    std::this_thread::sleep_for(milliseconds(10));
+  }
+  EXPECT_EQ(folder.Read("done"), "ready\n");
+}
+
+TEST(StartProgram, NothingToStart) {
+  const TemporaryFolder folder;
+  EXPECT_FALSE(StartProgram(folder / "missing"));
+  EXPECT_FALSE(StartProgram(""));
+  EXPECT_FALSE(StartProgram(folder.Write("plain.txt", "no program")));
+}
+
+TEST(FindProgram, OnTheSearchPath) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  first.Write("tool", "no program");
+  const std::string tool = Script(second, "tool", "");
+  const std::string path = std::getenv("PATH");
+  setenv("PATH", (first.path() + "::" + second.path() + ":" + path).c_str(), 1);
+  EXPECT_EQ(FindProgram("tool"), tool);
+  EXPECT_NE(FindProgram("sh"), "");
+  EXPECT_EQ(FindProgram("no-such-program-anywhere"), "");
+  EXPECT_EQ(FindProgram(""), "");
+  setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(FindProgram("tool"), "");
+}
+
+TEST(FindProgram, AtItsPath) {
+  const TemporaryFolder folder;
+  const std::string tool = Script(folder, "tool", "");
+  EXPECT_EQ(FindProgram(tool), tool);
+  EXPECT_EQ(FindProgram(folder.Write("plain.txt", "")), "");
+  EXPECT_EQ(FindProgram(folder / "missing"), "");
+  EXPECT_EQ(FindProgram(folder.path()), "");
 }
 
 }  // namespace

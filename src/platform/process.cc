@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <mutex>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -13,6 +15,9 @@
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
+
+#include "platform/file_io.h"
+#include "platform/paths.h"
 
 namespace vexolo {
 
@@ -249,6 +254,32 @@ int Process::Wait() {
 void Process::Kill() {
   const std::lock_guard lock(state_->mutex);
   if (!state_->ended) kill(state_->child, SIGKILL);
+}
+
+bool StartProgram(const std::string& path) {
+  std::unique_ptr<Process> process = Process::Start({path});
+  if (process == nullptr) return false;
+  process->CloseInput();
+  // Somebody has to collect the child when it ends, and nobody waits for that.
+  std::thread([process = std::move(process)] { process->Wait(); }).detach();
+  return true;
+}
+
+std::string FindProgram(const std::string& name) {
+  const auto is_program = [](const std::string& path) {
+    return FileExists(path) && access(path.c_str(), X_OK) == 0;
+  };
+  if (name.empty()) return {};
+  if (name.find('/') != std::string::npos) return is_program(name) ? name : std::string();
+  const char* variable = std::getenv("PATH");
+  std::string_view folders = variable == nullptr ? "" : variable;
+  while (!folders.empty()) {
+    const std::size_t length = std::min(folders.find(':'), folders.size());
+    const std::string path = Join(folders.substr(0, length), name);
+    if (is_program(path)) return path;
+    folders.remove_prefix(std::min(length + 1, folders.size()));
+  }
+  return {};
 }
 
 }  // namespace vexolo

@@ -53,4 +53,13 @@ class Process {
   std::unique_ptr<State> state_;
 };
 
+/// Starts a program that then goes its own way, also when this program ends. False where it is
+/// missing or cannot be started. Any thread.
+bool StartProgram(const std::string& path);
+
+/// Path of the program that the system would run for a name without a folder; empty where there is
+/// none on the search path. A path with a folder is given back where a program stands there. Any
+/// thread.
+std::string FindProgram(const std::string& name);
+
 }  // namespace vexolo
