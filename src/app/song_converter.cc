@@ -6,6 +6,7 @@
 #include "app/song_conversion.h"
 #include "audio/error_report.h"
 #include "convert/bitrates.h"
+#include "convert/run_report.h"
 #include "mixer/knobs.h"
 #include "platform/file_io.h"
 #include "platform/paths.h"
@@ -48,11 +49,6 @@ std::string CannotStart(AudioFormat format, const RunResult& result) {
                                  : "in the program's folder";
   return WithError(EncoderName(format) + " cannot be started; it is looked for " + places,
                    result.audio_error);
-}
-
-bool CanBeWritten(const std::string& path) {
-  if (FolderExists(path)) return false;
-  return FileExists(path) ? IsWritableFile(path) : IsWritableFolder(FolderOf(path));
 }
 
 std::string EncoderFailed(AudioFormat format, const RunResult& result) {
