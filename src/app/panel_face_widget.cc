@@ -1,6 +1,7 @@
 #include "app/panel_face_widget.h"
 
 #include <QPainter>
+#include <QPainterPath>
 
 #include "app/panel_layout.h"
 #include "widgets/engraving.h"
@@ -9,11 +10,24 @@
 namespace vexolo {
 namespace {
 
+constexpr double kScrewRadius = 7.9;
+
 constexpr QRect ToRect(const panel::Place& place) {
   return {place.x, place.y, place.width, place.height};
 }
 
 constexpr QPoint TopLeft(const panel::Place& place) { return {place.x, place.y}; }
+
+/// Only the screw itself: the metal round it is the panel's own.
+void DrawRound(QPainter& painter, const Skin& skin, const SpriteRect& screw, QPoint to) {
+  painter.save();
+  painter.setRenderHint(QPainter::Antialiasing);
+  QPainterPath path;
+  path.addEllipse(QPointF(to) + QPointF(screw.width, screw.height) / 2, kScrewRadius, kScrewRadius);
+  painter.setClipPath(path);
+  skin.Draw(painter, kButtonSheet, screw, to);
+  painter.restore();
+}
 
 }  // namespace
 
@@ -41,26 +55,59 @@ void PanelFaceWidget::paintEvent(QPaintEvent*) {
 }
 
 void PanelFaceWidget::PaintFace(QPainter& painter) const {
+  PaintHardware(painter);
+  PaintCaptions(painter);
+}
+
+void PanelFaceWidget::PaintHardware(QPainter& painter) const {
   skin_.DrawTiled(painter, kLampSheet, kPanelTile, rect());
   for (const panel::Place& plate : panel::kPlates) {
     skin_.DrawNinePatch(painter, kPlatePatch, ToRect(plate));
   }
-  for (const panel::Place& screw : panel::kScrews) {
-    skin_.Draw(painter, kButtonSheet, kScrewSprite, TopLeft(screw));
+  for (std::size_t i = 0; i < panel::kScrews.size(); ++i) {
+    const SpriteRect& screw = i % 3 == 0 ? kScrewSprite : kScrewTurnedSprite;
+    DrawRound(painter, skin_, screw, TopLeft(panel::kScrews[i]));
   }
   skin_.Draw(painter, kLampSheet, kNamePlate, TopLeft(panel::kNamePlate));
-  for (const panel::Place& glass : {panel::kTitle.glass, panel::kTime.glass, panel::kMeterGlass}) {
+  for (const panel::Place& glass : {panel::kDisplayGlass, panel::kMeterGlass, panel::kSpeedPlace}) {
     skin_.DrawNinePatch(painter, kGlassPatch, ToRect(glass));
   }
+  const panel::Place cells = panel::kAllCells.Text();
+  skin_.DrawTiled(painter, kLedSheet, {0, 0, panel::kGlyphWidth, panel::kGlyphHeight},
+                  ToRect(cells));
+  for (const panel::Place& divider : panel::kKeyDividers) {
+    skin_.DrawStretched(painter, kButtonSheet, kDividerSprite, ToRect(divider));
+  }
+  for (const panel::Place& line : panel::kTransportLines) {
+    skin_.DrawStretched(painter, kButtonSheet, kLevelDividerSprite, ToRect(line));
+  }
+}
+
+void PanelFaceWidget::PaintCaptions(QPainter& painter) const {
+  const auto right = Qt::AlignRight | Qt::AlignVCenter;
   for (int channel = 0; channel < panel::kStrips; ++channel) {
     DrawEngraved(painter, ToRect(panel::ChannelCaption(channel)), QString::number(channel + 1));
   }
-  const auto right = Qt::AlignRight | Qt::AlignVCenter;
   DrawEngraved(painter, ToRect(panel::kSoloCaption), captions_.solo, Lettering::kCaption, right);
   DrawEngraved(painter, ToRect(panel::kMuteCaption), captions_.mute, Lettering::kCaption, right);
   DrawEngraved(painter, ToRect(panel::kGainCaption), captions_.gain);
   DrawEngraved(painter, ToRect(panel::kTransposeCaption), captions_.transpose);
   DrawEngraved(painter, ToRect(panel::kSpeedCaption), captions_.speed);
+  DrawEngraved(painter, ToRect(panel::kSpeedUnit), "bpm", Lettering::kScale);
+  const auto draw_scale = [&](const auto& scale) {
+    for (const panel::ScaleMark& mark : scale) {
+      // A true minus sign, as wide as the plus.
+      const QString text = QString(mark.text).replace('-', QChar(0x2212));
+      DrawEngraved(painter, ToRect(mark.place), text, Lettering::kScale, right);
+    }
+  };
+  draw_scale(panel::kLevelScale);
+  draw_scale(panel::kGainScale);
+  draw_scale(panel::kTransposeScale);
+  for (int index = 0; index < panel::kMiscButtonCount; ++index) {
+    DrawEngraved(painter, ToRect(panel::KeyCaption(index + panel::kFirstMiscButton)),
+                 captions_.keys[static_cast<std::size_t>(index)], Lettering::kKey);
+  }
 }
 
 }  // namespace vexolo

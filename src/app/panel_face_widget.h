@@ -4,6 +4,9 @@
 #include <QPixmap>
 #include <QString>
 #include <QWidget>
+#include <array>
+
+#include "app/panel_layout.h"
 
 namespace vexolo {
 
@@ -16,6 +19,8 @@ struct PanelCaptions {
   QString gain;
   QString transpose;
   QString speed;
+  std::array<QString, panel::kMiscButtonCount>
+      keys;  ///< from button 32 on; the transport's is that of 33
 };
 
 /// Plates, displays' glass, captions, screws and name plate, at the places of panel_layout.h. The
@@ -34,6 +39,8 @@ class PanelFaceWidget : public QWidget {
 
  private:
   void PaintFace(QPainter& painter) const;
+  void PaintHardware(QPainter& painter) const;
+  void PaintCaptions(QPainter& painter) const;
 
   const Skin& skin_;
   PanelCaptions captions_;

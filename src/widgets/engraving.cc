@@ -7,19 +7,35 @@
 namespace vexolo {
 namespace {
 
-constexpr int kPixelSize = 9;
-constexpr double kSpacing = 0.6;
-constexpr QColor kInk(0xb4, 0xb8, 0xbe);
-constexpr QColor kBrightInk(0xe4, 0xe6, 0xe9);
+struct Style {
+  int pixel_size;
+  double spacing;
+  QColor ink;
+};
+
+Style StyleOf(Lettering lettering) {
+  switch (lettering) {
+    case Lettering::kKey:
+      return {8, 0.4, QColor(0xb4, 0xb8, 0xbe)};
+    case Lettering::kScale:
+      return {8, 0.2, QColor(0x8a, 0x8f, 0x96)};
+    case Lettering::kBright:
+      return {10, 0.2, QColor(0xe4, 0xe6, 0xe9)};
+    case Lettering::kCaption:
+      break;
+  }
+  return {9, 0.6, QColor(0xb4, 0xb8, 0xbe)};
+}
+
 constexpr QColor kCut(0, 0, 0, 170);
 
-QFont CaptionFont() {
+QFont FontOf(const Style& style) {
   QFont font;
   font.setFamilies({"Inter", "Helvetica Neue", "Segoe UI", "Liberation Sans", "DejaVu Sans"});
-  font.setPixelSize(kPixelSize);
+  font.setPixelSize(style.pixel_size);
   font.setWeight(QFont::DemiBold);
   font.setCapitalization(QFont::AllUppercase);
-  font.setLetterSpacing(QFont::AbsoluteSpacing, kSpacing);
+  font.setLetterSpacing(QFont::AbsoluteSpacing, style.spacing);
   return font;
 }
 
@@ -27,7 +43,8 @@ QFont CaptionFont() {
 
 void DrawEngraved(QPainter& painter, const QRect& place, const QString& text, Lettering lettering,
                   Qt::Alignment alignment) {
-  QFont font = CaptionFont();
+  const Style style = StyleOf(lettering);
+  QFont font = FontOf(style);
   const double width = QFontMetricsF(font).horizontalAdvance(text);
   if (width > place.width()) {
     font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
@@ -36,7 +53,7 @@ void DrawEngraved(QPainter& painter, const QRect& place, const QString& text, Le
   painter.setFont(font);
   painter.setPen(kCut);
   painter.drawText(place.translated(0, -1), alignment | Qt::TextSingleLine, text);
-  painter.setPen(lettering == Lettering::kBright ? kBrightInk : kInk);
+  painter.setPen(style.ink);
   painter.drawText(place, alignment | Qt::TextSingleLine, text);
 }
 

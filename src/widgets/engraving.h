@@ -8,7 +8,12 @@ class QPainter;
 
 namespace vexolo {
 
-enum class Lettering { kCaption, kBright };
+enum class Lettering {
+  kCaption,
+  kKey,    ///< smaller, under a key
+  kScale,  ///< smaller and dim, beside a scale
+  kBright  ///< a value
+};
 
 /// Draws `text` into `place` as if it were cut into the panel: capitals, a dark edge above, a light
 /// one below. Centred unless `alignment` says otherwise; a text that is too long is set narrower.

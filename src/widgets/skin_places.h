@@ -123,6 +123,12 @@ inline constexpr NinePatch kPlatePatch{kButtonSheet, {240, 48, 48, 48}, 16};
 inline constexpr SpriteRect kScrewSprite{288, 48, 24, 24};
 inline constexpr SpriteRect kScrewTurnedSprite{288, 72, 24, 24};
 inline constexpr NinePatch kGroovePatch{kButtonSheet, {192, 96, 48, 16}, 7};
+inline constexpr NinePatch kGroovePlayedPatch{kButtonSheet, {192, 144, 48, 16}, 7};
+inline constexpr SpriteRect kDividerSprite{244, 124, 2, 16};       ///< line between groups, upright
+inline constexpr SpriteRect kLevelDividerSprite{244, 142, 6, 2};   ///< the same, lying
+inline constexpr SpriteRect kPassageStartSprite{252, 120, 12, 8};  ///< marker over the groove
+inline constexpr SpriteRect kPassageEndSprite{264, 120, 12, 8};
+
 /// Overload lamp, 18 x 18.
 constexpr SpriteRect ClipLampSprite(bool is_lit) { return {is_lit ? 219 : 195, 123, 18, 18}; }
 
