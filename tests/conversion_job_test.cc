@@ -123,7 +123,7 @@ TEST_F(ConversionJobTest, OpeningTellsWhoseSongItIsAndHowLong) {
   EXPECT_FALSE(opened.artist.empty());
   EXPECT_GT(opened.length, 10);
   EXPECT_GT(opened.length_ticks, 0u);
-  EXPECT_EQ(3, opened.mix.gain);
+  EXPECT_EQ(3, opened.user.mix.gain);
   EXPECT_EQ(1.0, opened.speed_factor);
   EXPECT_FALSE(job_.is_under_way());
 }
@@ -158,7 +158,7 @@ TEST_F(ConversionJobTest, ASongThatIsOpenIsTakenOverAndAnyOtherOneIsOpened) {
 
   const OpenedSong second = Open();
   EXPECT_NE(first.stream, second.stream);
-  UserMix mix = {second.mix, second.markers};
+  UserMix mix = second.user;
   mix.mix.transpose = 2;
   song_.user_mix = mix;
   boxes_.answers = {true};
@@ -169,7 +169,7 @@ TEST_F(ConversionJobTest, ASongThatIsOpenIsTakenOverAndAnyOtherOneIsOpened) {
 
 TEST_F(ConversionJobTest, WhatTheWindowHasSetComesBeforeTheSettingsBesideTheSong) {
   CutOut("2,000", "30,000");
-  UserMix mix = {Open().mix, {}};
+  UserMix mix = Open().user;
   mix.markers = {4, 5, true};
   mix.mix.mute.fill(1);
   song_.user_mix = mix;

@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 
 #include "audio/loader.h"
+#include "convert/output_name.h"
 #include "fakes/fake_message_boxes.h"
 #include "fakes/fake_window_thread.h"
 #include "fakes/temporary_folder.h"
@@ -234,17 +235,21 @@ TEST_F(ConversionSeriesTest, WhatIsHeardIsWhatIsConverted) {
   transport_.Action_PlaySelected(1);
   state_.mix.Transpose = 5;
   state_.mix.MelodyOverride = true;
+  state_.lyrics.code_pages().set_forced(kCodePageDos);
   state_.audio.markers = {12, 12.25, true};
   series_.Action_Record();
   ASSERT_TRUE(WaitFor([&] {
     if (state_.converting && state_.audio.stream != 0) {
       EXPECT_EQ(5, state_.mix.Transpose);
       EXPECT_TRUE(state_.mix.MelodyOverride);
+      EXPECT_EQ(kCodePageDos, state_.lyrics.code_pages().forced());
       EXPECT_EQ(12.25, state_.audio.markers.end);
     }
     return !series_.is_under_way();
   }));
-  const auto size = std::filesystem::file_size(folder_ / "out/À la claire fontaine.wav");
+  const std::string name = CleanedForName(view_.titles.at(0));
+  EXPECT_NE("À la claire fontaine", name) << "the code page in use has its say in the title";
+  const auto size = std::filesystem::file_size(folder_ / ("out/" + name + ".wav"));
   EXPECT_NEAR(44 + 0.56 * 176400, static_cast<double>(size), 8);
 }
 

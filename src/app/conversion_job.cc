@@ -61,6 +61,9 @@ class ConversionJob::Worker : private MessageBoxes {
     song_.state.audio.font = song.font;
     song_.state.mix.AutoMute = song.auto_mute;
     if (song_.start.Start(song.path, OptionsFor(song)) != SongStartResult::kStarted) return false;
+    if (song.user_mix) {
+      song_.state.lyrics.code_pages().set_forced(song.user_mix->code_page);
+    }
     open_ = song;
     return true;
   }
@@ -77,8 +80,8 @@ class ConversionJob::Worker : private MessageBoxes {
     opened.stream = audio.stream;
     opened.artist = song_.Text(song_.state.lyrics.artist());
     opened.title = song_.Text(song_.state.lyrics.title());
-    opened.mix = CopyOfMix(song_.state.mix);
-    opened.markers = audio.markers;
+    opened.user = {CopyOfMix(song_.state.mix), audio.markers,
+                   song_.state.lyrics.code_pages().forced()};
     opened.speed_factor = audio.speed_factor;
     opened.base_tempo = audio.base_tempo;
     opened.length = audio.song_length;

@@ -14,6 +14,7 @@
 #include "audio/bass.h"
 #include "audio/markers.h"
 #include "convert/encoding_run.h"
+#include "lyrics/code_pages.h"
 #include "mixer/song_mix.h"
 #include "platform/message_box.h"
 
@@ -23,6 +24,7 @@ namespace vexolo {
 struct UserMix {
   SongMix mix;
   Markers markers;
+  std::int16_t code_page = kCodePageNone;  ///< forced, of its lyrics
   bool operator==(const UserMix&) const = default;
 };
 
@@ -41,8 +43,7 @@ struct OpenedSong {
   bass::HSTREAM stream = 0;  ///< 0 = it cannot be opened, and the rest says nothing
   std::string artist;        ///< UTF-8
   std::string title;
-  SongMix mix;
-  Markers markers;
+  UserMix user;  ///< the song's own part of the mix included
   double speed_factor = 1;
   std::int32_t base_tempo = 500000;  ///< microseconds a quarter note
   double length = 0;                 ///< seconds

@@ -153,8 +153,9 @@ void ConversionSeries::ShowOpened(const OpenedSong& song) {
   audio.speed_factor = song.speed_factor;
   audio.song_length = song.length;
   audio.song_length_ticks = song.length_ticks;
-  audio.markers = song.markers;
-  SetMix(song.mix, parts_.state.mix);
+  audio.markers = song.user.markers;
+  SetMix(song.user.mix, parts_.state.mix);
+  parts_.state.lyrics.code_pages().set_forced(song.user.code_page);
   parts_.settings.SetSong(song_);
   parts_.transport_view.DrawMix();
   parts_.transport_view.AfficherMarqueurs();
@@ -285,7 +286,8 @@ JobSong ConversionSeries::SongForJob() const {
   song.font = state.audio.font;
   song.auto_mute = state.mix.AutoMute;
   if (parts_.settings.path() == SongSettingsPath(song_)) {
-    song.user_mix = UserMix{CopyOfMix(state.mix), state.audio.markers};
+    song.user_mix =
+        UserMix{CopyOfMix(state.mix), state.audio.markers, state.lyrics.code_pages().forced()};
   }
   return song;
 }
