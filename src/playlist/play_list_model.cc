@@ -28,20 +28,40 @@ void PlayListModel::PlayListAdd(const std::string& path) {
   if (path.empty()) return;
   paths_.push_back(path);
   names_.push_back(FileNameOf(path));
-  ++revision_;
+  OrderChanged();
 }
 
-void PlayListModel::PlayListDelete(int place) {
-  if (!Has(place)) return;
-  paths_.erase(paths_.begin() + (place - 1));
-  names_.erase(names_.begin() + (place - 1));
-  if (playing_ == place) {
-    playing_ = 0;
-  } else if (playing_ > place) {
-    --playing_;
+void PlayListModel::PlayListDelete(const std::vector<int>& places) {
+  const std::vector<bool> removed = Chosen(places);
+  const auto before_current = removed.begin() + std::clamp(current_, 0, count());
+  const auto removed_up_to_current = std::count(removed.begin(), before_current, true);
+  std::vector<int> kept;
+  for (int place = 1; place <= count(); ++place) {
+    if (!removed[IndexOf(place)]) kept.push_back(place);
   }
-  if (current_ >= place) --current_;
-  ++revision_;
+  if (static_cast<int>(kept.size()) == count()) return;
+  // Arrange follows entries; where the current one goes, the place before it takes over.
+  const int current = current_ - static_cast<int>(removed_up_to_current);
+  Arrange(kept);
+  current_ = current;
+}
+
+int PlayListModel::PlayListMove(const std::vector<int>& places, int before) {
+  const std::vector<bool> moved = Chosen(places);
+  const int target = std::clamp(before, 1, count() + 1);
+  std::vector<int> order;
+  const auto take = [&](int first, int end, bool wanted) {
+    for (int place = first; place < end; ++place) {
+      if (moved[IndexOf(place)] == wanted) order.push_back(place);
+    }
+  };
+  take(1, target, false);
+  const int first_moved = static_cast<int>(order.size()) + 1;
+  take(1, count() + 1, true);
+  if (first_moved > static_cast<int>(order.size())) return 0;
+  take(target, count() + 1, false);
+  if (!std::is_sorted(order.begin(), order.end())) Arrange(order);
+  return first_moved;
 }
 
 void PlayListModel::PlayListSelect(int place) {
@@ -56,7 +76,7 @@ void PlayListModel::Clear() {
   names_.clear();
   current_ = 0;
   playing_ = 0;
-  ++revision_;
+  OrderChanged();
 }
 
 void PlayListModel::Shuffle(const RandomSource& random) {
@@ -68,7 +88,39 @@ void PlayListModel::Shuffle(const RandomSource& random) {
     current_ = PlaceAfterSwap(current_, i, j);
     playing_ = PlaceAfterSwap(playing_, i, j);
   }
+  OrderChanged();
+}
+
+/// By index: whether an entry is among the places.
+std::vector<bool> PlayListModel::Chosen(const std::vector<int>& places) const {
+  std::vector<bool> chosen(paths_.size());
+  for (const int place : places) {
+    if (Has(place)) chosen[IndexOf(place)] = true;
+  }
+  return chosen;
+}
+
+/// Brings the entries into a new order, given by their places so far; what is not named goes.
+void PlayListModel::Arrange(const std::vector<int>& old_places) {
+  std::vector<std::string> paths, names;
+  paths.reserve(old_places.size());
+  names.reserve(old_places.size());
+  const int old_playing = std::exchange(playing_, 0);
+  const int old_current = current_;
+  for (const int place : old_places) {
+    paths.push_back(std::move(paths_[IndexOf(place)]));
+    names.push_back(std::move(names_[IndexOf(place)]));
+    if (place == old_playing) playing_ = static_cast<int>(paths.size());
+    if (place == old_current) current_ = static_cast<int>(paths.size());
+  }
+  paths_ = std::move(paths);
+  names_ = std::move(names);
+  OrderChanged();
+}
+
+void PlayListModel::OrderChanged() {
   ++revision_;
+  ++order_revision_;
 }
 
 }  // namespace vexolo

@@ -12,8 +12,9 @@ namespace vexolo {
 inline constexpr std::string_view kPlayingPrefix = "-> ";
 inline constexpr std::string_view kOtherPrefix = "    ";
 
-/// Full paths and the names shown for them, in the same order. Places are counted from 1, as the
-/// transport counts them; a place outside the list is ignored. Window thread only.
+/// Full paths and the names shown for them, in the same order: two sequences that change together.
+/// Places are counted from 1, as the transport counts them; a place outside the list is ignored.
+/// Window thread only.
 class PlayListModel {
  public:
   /// Uniform numbers in [0, 1).
@@ -40,7 +41,14 @@ class PlayListModel {
 
   /// Removes an entry. The current song stays current; where it is itself removed, the one before
   /// it becomes current, so that the next song is the one that followed.
-  void PlayListDelete(int place);
+  void PlayListDelete(int place) { PlayListDelete(std::vector<int>{place}); }
+  /// The same for several entries, in whatever order their places are given.
+  void PlayListDelete(const std::vector<int>& places);
+
+  /// Puts entries, one behind the other in the order of the list, before the entry at `before`
+  /// (beyond the last one: at the end). The current song and the playing mark go with their entry.
+  /// Returns the place of the first of them, 0 where there is none; the others follow it.
+  int PlayListMove(const std::vector<int>& places, int before);
 
   /// Makes an entry the current one and shows it as playing; 0 shows none as playing and leaves the
   /// current place alone.
@@ -54,15 +62,21 @@ class PlayListModel {
 
   /// Grows with every change that shows.
   std::uint64_t revision() const { return revision_; }
+  /// Grows when entries come, go or change places, and not when another one plays.
+  std::uint64_t order_revision() const { return order_revision_; }
 
  private:
   bool Has(int place) const { return place >= 1 && place <= count(); }
+  std::vector<bool> Chosen(const std::vector<int>& places) const;
+  void Arrange(const std::vector<int>& old_places);
+  void OrderChanged();
 
   std::vector<std::string> paths_;
   std::vector<std::string> names_;
   int current_ = 0;
   int playing_ = 0;
   std::uint64_t revision_ = 0;
+  std::uint64_t order_revision_ = 0;
 };
 
 }  // namespace vexolo
