@@ -8,6 +8,7 @@
 
 #include "engine/command_line.h"
 #include "engine/exports.h"
+#include "engine/song.h"
 #include "platform/file_io.h"
 #include "platform/paths.h"
 #include "platform/process.h"
@@ -147,6 +148,15 @@ class OpenEngineLibrary final : public AudioLibrary {
   std::uint64_t LateBlocks() const override { return engine::LateBlocks(); }
 };
 
+void AddMarks(const engine::Song& song, const std::vector<std::uint32_t>& indexes, bool are_lyrics,
+              std::vector<OutlineMark>* marks) {
+  for (const std::uint32_t index : indexes) {
+    const engine::MidiEvent& event = song.events()[index];
+    // As a C string, as a stream's marks are read.
+    marks->push_back({event.track, are_lyrics, song.file().Data(event).data()});
+  }
+}
+
 bool AllStandIn(const std::string& folder) {
   return std::all_of(kFiles.begin(), kFiles.end(),
                      [&](const char* file) { return FileExists(Join(folder, file)); });
@@ -166,6 +176,18 @@ std::unique_ptr<AudioLibrary> AudioLibrary::Load(const std::string& program_fold
   if (error.empty()) return closed;
   if (problem != nullptr) *problem = error;
   return OpenEngine();
+}
+
+std::optional<SongOutline> ReadSongOutline(std::string_view bytes) {
+  const auto song =
+      engine::Song::Parse({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  if (song == nullptr) return std::nullopt;
+  SongOutline outline;
+  const std::uint64_t frames = song->time_line().FrameOfTick(song->file().last_tick(), {});
+  outline.seconds = static_cast<double>(frames) / engine::kSampleRate;
+  AddMarks(*song, song->marks(engine::Song::MarkKind::kLyric), true, &outline.marks);
+  AddMarks(*song, song->marks(engine::Song::MarkKind::kText), false, &outline.marks);
+  return outline;
 }
 
 std::vector<std::string> SplitEncoderCommand(std::string_view command) {

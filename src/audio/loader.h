@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,24 @@ class AudioLibrary {
                                             std::string* problem = nullptr);
   static std::unique_ptr<AudioLibrary> OpenEngine();
 };
+
+/// A mark of a song file.
+struct OutlineMark {
+  std::uint32_t track;
+  bool is_lyric;     ///< else a text
+  std::string text;  ///< raw bytes
+};
+
+/// What a song file tells without being opened as a stream.
+struct SongOutline {
+  double seconds = 0;              ///< the length that a stream of it has, at its own speed
+  std::vector<OutlineMark> marks;  ///< lyrics, then texts, each in time order
+};
+
+/// Reads a song file from memory, in the engine's own way whatever library plays: no bank is
+/// needed, no library has to be initialised, and it takes a small part of a stream's time. Nothing
+/// where the bytes hold nothing that can be played. Any thread.
+std::optional<SongOutline> ReadSongOutline(std::string_view bytes);
 
 /// The arguments that an encoder's command line is split into before it is started.
 std::vector<std::string> SplitEncoderCommand(std::string_view command);

@@ -209,6 +209,11 @@ bool FolderExists(const std::string& path) {
   return fs::is_directory(ToNativePath(path), code);
 }
 
+bool IsPlainFile(const std::string& path) {
+  std::error_code code;
+  return fs::is_regular_file(ToNativePath(path), code);
+}
+
 bool IsWritableFolder(const std::string& path) {
   if (!FolderExists(path)) return false;
 #ifdef _WIN32

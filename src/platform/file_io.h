@@ -58,6 +58,8 @@ bool IsSettled(const FileStamp& stamp);
 
 bool FileExists(const std::string& path);    ///< a file that is no folder
 bool FolderExists(const std::string& path);  ///< a folder
+/// A file that is neither a folder nor a pipe, a socket or a device: reading it does not wait.
+bool IsPlainFile(const std::string& path);
 
 /// True when the folder exists and files can be made in it.
 bool IsWritableFolder(const std::string& path);
