@@ -58,6 +58,7 @@ int Library::Init(int device, bass::DWORD frequency) {
   device_running_ = false;
   leaving_.store(false);
   dispatcher_ = std::thread(&Library::DispatchLoop, this);
+  background_ = std::make_unique<Background>();
   initialised_ = true;
   return bass::BASS_OK;
 }
@@ -75,6 +76,12 @@ int Library::Free() {
   for (const bass::HSTREAM handle : streams) FreeStream(handle);
   leaving_.store(true);
   dispatcher_.join();
+  std::unique_ptr<Background> background;
+  {
+    const std::lock_guard lock(mutex_);
+    background = std::move(background_);
+  }
+  background.reset();  // waits, which its work must be able to outlast
   const std::lock_guard lock(mutex_);
   const std::lock_guard device_lock(device_mutex_);
   device_view_.store(nullptr);
@@ -111,6 +118,14 @@ void Library::SetProcessStarter(ProcessStarter starter) {
 }
 
 bass::DWORD Library::NewHandle() { return last_handle_.fetch_add(1) + 1; }
+
+void Library::Beside(std::function<void()> work) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (background_ != nullptr) return background_->Run(std::move(work));
+  }
+  work();
+}
 
 // ---- Streams
 
@@ -155,6 +170,8 @@ int Library::AddStream(std::shared_ptr<const Song> song, bass::DWORD flags, bass
   }
   if (font != nullptr) {
     if (const int error = stream->SetFont(font, font_handle); error != 0) return error;
+    // The next song that plays finds a synthesiser ready.
+    if ((flags & bass::BASS_STREAM_DECODE) == 0) Beside([font] { font->Prepare(); });
   }
   const std::lock_guard lock(mutex_);
   if (!initialised_) return bass::BASS_ERROR_INIT;
@@ -176,12 +193,16 @@ int Library::FreeStream(bass::HSTREAM handle) {
   }
   stream->Close();
   std::vector<std::shared_ptr<Encoder>> ending;  // finished, or waited for, outside the lock
-  const std::lock_guard lock(mutex_);
-  std::erase_if(encoders_, [&](auto& entry) {
-    if (entry.second.stream != handle) return false;
-    ending.push_back(std::move(entry.second.encoder));
-    return true;
-  });
+  {
+    const std::lock_guard lock(mutex_);
+    std::erase_if(encoders_, [&](auto& entry) {
+      if (entry.second.stream != handle) return false;
+      ending.push_back(std::move(entry.second.encoder));
+      return true;
+    });
+  }
+  // Its synthesiser takes a while to go. With encoders the caller is to find finished files.
+  if (ending.empty()) Beside([stream = std::move(stream)]() mutable { stream.reset(); });
   return bass::BASS_OK;
 }
 
@@ -203,13 +224,16 @@ int Library::LoadFont(const std::string& path, bass::HSOUNDFONT* handle) {
 }
 
 int Library::FreeFont(bass::HSOUNDFONT handle) {
-  std::shared_ptr<SoundFont> font;  // goes away outside the lock
-  const std::lock_guard lock(mutex_);
-  const auto place = fonts_.find(handle);
-  if (place == fonts_.end()) return bass::BASS_ERROR_HANDLE;
-  font = std::move(place->second);
-  fonts_.erase(place);
-  if (default_font_ == handle) default_font_ = 0;
+  std::shared_ptr<SoundFont> font;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto place = fonts_.find(handle);
+    if (place == fonts_.end()) return bass::BASS_ERROR_HANDLE;
+    font = std::move(place->second);
+    fonts_.erase(place);
+    if (default_font_ == handle) default_font_ = 0;
+  }
+  Beside([font = std::move(font)]() mutable { font.reset(); });
   return bass::BASS_OK;
 }
 
@@ -233,7 +257,7 @@ int Library::SetFont(bass::HSTREAM stream, bass::HSOUNDFONT font) {
   const std::shared_ptr<Stream> target = FindStream(stream);
   if (target == nullptr) return bass::BASS_ERROR_HANDLE;
   const int error = target->SetFont(bank, font);
-  if (error == bass::BASS_OK && bank != nullptr) bank->Prepare();
+  if (error == bass::BASS_OK && bank != nullptr) Beside([bank] { bank->Prepare(); });
   return error;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "audio/bass.h"
+#include "engine/background.h"
 #include "engine/encoder.h"
 #include "engine/output_device.h"
 #include "engine/sound_font.h"
@@ -72,6 +74,8 @@ class Library final : private StreamOutput {
   std::uint64_t TakenFrames() const override;
   std::uint64_t HeardFrames() const override;
 
+  /// Has `work` done where it keeps no caller waiting: a bank takes long to make and to free.
+  void Beside(std::function<void()> work);
   static void Render(void* library, std::int16_t* out, int frames);
   void Mix(std::int16_t* out, int frames);
   void DispatchLoop();
@@ -87,6 +91,7 @@ class Library final : private StreamOutput {
   std::map<bass::HENCODE, EncoderEntry> encoders_;
   bass::HSOUNDFONT default_font_ = 0;
   ProcessStarter starter_;
+  std::unique_ptr<Background> background_;  ///< from Init to Free
   std::atomic<bass::DWORD> last_handle_{0x80000000u};
 
   mutable std::mutex device_mutex_;  ///< starting and stopping the output
