@@ -305,5 +305,46 @@ TEST(LabelGain, IsTheLinearVolumeInPercent) {
   EXPECT_EQ("10 %", LabelGainText(-20));
 }
 
+TEST_F(KnobsTest, StepsTurnAndSaveAtOnce) {
+  EXPECT_TRUE(knobs.Step(5, 1, false));
+  EXPECT_EQ(105, state.ChannelVolume[5]);
+  EXPECT_EQ("105", Saved("Volume", "Ch5"));
+  EXPECT_THAT(TakeEvents(), ElementsAre("5 65536 105"));
+  EXPECT_TRUE(knobs.Step(5, -2, true));
+  EXPECT_EQ(103, state.ChannelVolume[5]);
+  EXPECT_TRUE(knobs.Step(kGainKnob, -1, false));
+  EXPECT_EQ("-1", Saved("Gain", "Slider"));
+  EXPECT_TRUE(knobs.Step(kTransposeKnob, 2, false));
+  EXPECT_EQ("2", Saved("Transpose", "Slider"));
+  EXPECT_TRUE(knobs.Step(kSpeedKnob, 3, false));
+  EXPECT_EQ(30, state.Tempo);
+  EXPECT_DOUBLE_EQ(0.97, audio.speed_factor);
+  EXPECT_TRUE(knobs.Step(kSpeedKnob, -1, true));
+  EXPECT_EQ("2.9", Saved("Tempo", "Slider"));
+}
+
+TEST_F(KnobsTest, StepsEndWhereTheKnobEnds) {
+  EXPECT_TRUE(knobs.Step(0, 1000, false));
+  EXPECT_EQ(200, state.ChannelVolume[0]);
+  EXPECT_FALSE(knobs.Step(0, 1, true));
+  EXPECT_TRUE(knobs.Step(kSpeedKnob, -1000, false));
+  EXPECT_EQ(-2500, state.Tempo);
+  EXPECT_FALSE(knobs.Step(-1, 1, false));
+  EXPECT_FALSE(knobs.Step(kKnobs, 1, false));
+}
+
+TEST_F(KnobsTest, StepsOfAMutedChannelAreNotHeard) {
+  state.ChannelMute[5] = 1;
+  EXPECT_TRUE(knobs.Step(5, 1, false));
+  EXPECT_THAT(TakeEvents(), IsEmpty());
+}
+
+TEST_F(KnobsTest, AKnobThatIsHeldIsNotStepped) {
+  Press(5);
+  EXPECT_FALSE(knobs.Step(5, 1, false));
+  EXPECT_FALSE(knobs.Step(6, 1, false));
+  EXPECT_EQ(100, state.ChannelVolume[6]);
+}
+
 }  // namespace
 }  // namespace vexolo

@@ -164,5 +164,21 @@ TEST(Led, CharactersThatTheFontLacksAreOneBlankEach) {
   EXPECT_EQ(42, glyphs[3].x);
 }
 
+TEST(ClipLamp, LightsWhenTheSoundIsTooLoudAndStaysLitForAWhile) {
+  FakeBass bass;
+  MixState state;
+  const bass::HSTREAM stream = bass.AddStream({});
+  ClipLamp lamp;
+  const auto tick = [&](bass::DWORD level) {
+    bass.stream(stream).level = level;
+    return lamp.Tick(TickVuMeter(bass.api(), stream, state).overloaded);
+  };
+  EXPECT_FALSE(tick(31699 << 16 | 31699));
+  EXPECT_TRUE(tick(31700 << 16));
+  for (int i = 1; i < ClipLamp::kTime; ++i) EXPECT_TRUE(tick(0)) << i;
+  EXPECT_FALSE(tick(0));
+  EXPECT_FALSE(tick(0));
+}
+
 }  // namespace
 }  // namespace vexolo

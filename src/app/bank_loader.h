@@ -8,14 +8,12 @@
 #include <string>
 #include <thread>
 
+#include "app/post_to_window.h"
 #include "audio/audio_binding.h"
 #include "audio/audio_state.h"
 #include "audio/bass.h"
 
 namespace vexolo {
-
-/// Has a function called on the window thread soon. Callable from any thread.
-using PostToWindow = std::function<void(std::function<void()>)>;
 
 /// Opens banks on a thread of its own, one after the other, and takes them into use on the window
 /// thread. Window thread only.

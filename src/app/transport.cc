@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "app/main_keys.h"
 #include "app/time_format.h"
 #include "audio/error_report.h"
 #include "platform/locale_format.h"
@@ -177,6 +178,19 @@ void Transport::SpeedChanged(double old_factor) {
   if (old_factor > 0 && factor > 0) audio.fade_length = audio.fade_length * (factor / old_factor);
   parts_.song_start.ReadSongLength();
   parts_.view.ShowTime();
+}
+
+void Transport::SeekBy(double seconds) {
+  const AudioState& audio = parts_.state.audio;
+  if (audio.stream == 0 || parts_.state.converting) return;
+  const bass::QWORD bytes = parts_.api.BASS_ChannelGetPosition(audio.stream, bass::BASS_POS_BYTE);
+  if (bytes == bass::kError64) return;
+  const double sought =
+      SoughtPosition(SecondsOf(parts_.api, audio.stream, bytes), seconds, audio.song_length);
+  if (parts_.song_start.Seek(parts_.api.BASS_ChannelSeconds2Bytes(audio.stream, sought),
+                             bass::BASS_POS_BYTE)) {
+    ResyncLyrics();
+  }
 }
 
 void Transport::SliderPressed() {

@@ -83,6 +83,9 @@ class Transport {
   /// The speed factor has changed from `old_factor` (the knob has moved the markers with it).
   void SpeedChanged(double old_factor);
 
+  /// Moves the song by so many seconds, at most to its ends. Nothing happens without a song.
+  void SeekBy(double seconds);
+
   void SliderPressed();
   /// `value`: 0..maximum.
   void SliderReleased(double value, double maximum);

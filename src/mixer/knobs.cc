@@ -115,6 +115,14 @@ int DraggedValue(int knob, int stored, double x0, double y0, double x, double y)
   return std::clamp(value, range.min, range.max);
 }
 
+int KnobStep(int knob, bool fine) {
+  constexpr int kLevelStep = 5;
+  constexpr int kSpeedStep = 10;
+  if (fine) return 1;
+  if (knob < kGainKnob) return kLevelStep;
+  return knob == kSpeedKnob ? kSpeedStep : 1;
+}
+
 Knobs::Knobs(const bass::Api& api, MixState& state, AudioState& audio, SongSettings& settings)
     : api_(api), state_(state), audio_(audio), settings_(settings) {}
 
@@ -145,6 +153,17 @@ bool Knobs::Potard_MouseUp() {
   const int knob = held_;
   held_ = -1;
   Store(knob, value_);
+  return true;
+}
+
+bool Knobs::Step(int index, int steps, bool fine) {
+  if (!IsKnob(index) || held_ >= 0) return false;
+  const KnobRange& range = RangeOf(index);
+  const int value =
+      std::clamp(Stored(index) + steps * KnobStep(index, fine), range.min, range.max);
+  if (value == Stored(index)) return false;
+  Act(index, value);
+  Store(index, value);
   return true;
 }
 

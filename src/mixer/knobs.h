@@ -73,6 +73,10 @@ std::string LabelGainText(int gain);
 /// downwards.
 int DraggedValue(int knob, int stored, double x0, double y0, double x, double y);
 
+/// What one step of the wheel or of the keyboard is: a twentieth of the normal level, 1 dB, 1
+/// semitone, 1 percent of speed; `fine`: the least there is, a tenth of a percent for the speed.
+int KnobStep(int knob, bool fine);
+
 /// Dragging and resetting of knobs. Values act while a knob is held (but for Speed) and are stored
 /// and saved when it is released. Window thread only.
 class Knobs {
@@ -88,6 +92,10 @@ class Knobs {
   /// True when a knob was held. After the Speed knob the length of the song and the time display
   /// have changed as well.
   bool Potard_MouseUp();
+
+  /// Turns a knob by steps, up where they are positive; stores and saves. Nothing happens while a
+  /// knob is held. True when the knob is to be drawn again.
+  bool Step(int index, int steps, bool fine);
 
   /// What a knob shows: the moved value while it is held, else the stored one.
   int Value(int index) const;

@@ -15,6 +15,9 @@ constexpr int kLampPitch = 24;  ///< from frame to frame
 constexpr int kLampMargin = 3;
 
 constexpr int kFullLevel = 32768;
+/// A library that bends what is too loud, instead of cutting it, stays below the full level: this is
+/// what it makes of a sound that just reaches it.
+constexpr int kOverload = 31700;
 constexpr int kPeakDecay = 2048;
 constexpr int kSegments = 12;
 constexpr int kVuWidth = 16;
@@ -73,7 +76,16 @@ VuMeter TickVuMeter(const bass::Api& api, bass::HSTREAM stream, MixState& state)
     level = std::min(static_cast<int>(std::max(word & 0xFFFF, word >> 16)), kFullLevel);
     state.held_peak = std::max(state.held_peak, level);
   }
-  return {Segments(level), Segments(state.held_peak)};
+  return {Segments(level), Segments(state.held_peak), level >= kOverload};
+}
+
+bool ClipLamp::Tick(bool overloaded) {
+  if (overloaded) {
+    left_ = kTime;
+  } else if (left_ > 0) {
+    --left_;
+  }
+  return left_ > 0;
 }
 
 SpriteRect VuSprite(int segments) {

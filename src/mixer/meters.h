@@ -31,12 +31,25 @@ SpriteRect LampSprite(int level, bool is_melody_channel);
 struct VuMeter {
   int level = 0;
   int peak = 0;
+  bool overloaded = false;  ///< the sound is too loud for the output
   bool operator==(const VuMeter&) const = default;
 };
 
 /// `DrawVuMeters`, once for each tick of the main timer: lowers the held peak by 2048 and raises it
 /// to the stream's level. A level that cannot be read shows as silence.
 VuMeter TickVuMeter(const bass::Api& api, bass::HSTREAM stream, MixState& state);
+
+/// `ClipLed`: the overload lamp stays lit for a while.
+class ClipLamp {
+ public:
+  static constexpr int kTime = 15;  ///< ticks
+
+  /// Once a tick. Whether the lamp is lit.
+  bool Tick(bool overloaded);
+
+ private:
+  int left_ = 0;
+};
 
 /// The place of a half of the level meter in the meter bitmap.
 SpriteRect VuSprite(int segments);

@@ -45,10 +45,23 @@ bool ExtractResource(int number, const std::string& path, int scale) {
 
 QPixmap LoadSkinBitmap(const std::string& path) { return QPixmap(Q(path), "BMP"); }
 
-Skin::Skin(SkinLoading loading) : loading_(std::move(loading)) {
+Skin::Skin(SkinLoading loading) : Skin(kBuildLater, std::move(loading)) { Build(); }
+
+Skin::Skin(Later, SkinLoading loading) : loading_(std::move(loading)) {}
+
+bool Skin::Build() {
   NameSkinResources();
+  has_dense_set_ = false;
   plain_ = LoadSet(1);
   if (HasDenseScreen()) Bitmap(kFirstSheet, kDenseScale);
+  return std::none_of(plain_.begin(), plain_.end(),
+                      [](const QPixmap& bitmap) { return bitmap.isNull(); });
+}
+
+void Skin::Release() {
+  plain_ = {};
+  dense_ = {};
+  has_dense_set_ = true;  // so that none is loaded again
 }
 
 Skin::Set Skin::LoadSet(int scale) const {

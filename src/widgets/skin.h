@@ -39,6 +39,15 @@ class Skin {
  public:
   explicit Skin(SkinLoading loading = {});
 
+  /// Not made ready yet, so that others may refer to it already.
+  enum Later { kBuildLater };
+  explicit Skin(Later, SkinLoading loading = {});
+
+  /// Makes the bitmaps ready. False where one of them is missing.
+  bool Build();
+  /// Nothing is drawn any more.
+  void Release();
+
   /// Copies a rectangle of bitmap `id` (101..109) to `to`. Units are pixels at the skin's own
   /// scale, whatever the screen's; a painter of a dense screen gets the bitmap of twice the size.
   void Draw(QPainter& painter, int id, const SpriteRect& source, QPoint to) const;

@@ -1,0 +1,7 @@
+#include "app/other_window.h"
+
+namespace vexolo {
+
+OtherWindows ProgramWindows() { return {}; }
+
+}  // namespace vexolo
