@@ -34,6 +34,17 @@ void Explain(QWidget& widget, const std::string& text) {
   widget.setAccessibleDescription(Q(text));
 }
 
+PanelCaptions CaptionsFrom(const LanguageSection& section) {
+  PanelCaptions captions = {Q(section.Text("Solo")),    Q(section.Text("Muet")),
+                            Q(section.Text("Gain")),    Q(section.Text("Transpose")),
+                            Q(section.Text("Vitesse")), {}};
+  for (int key = 0; key < panel::kMiscButtonCount; ++key) {
+    captions.keys[static_cast<std::size_t>(key)] =
+        Q(section.Text("Key", panel::kFirstMiscButton + key));
+  }
+  return captions;
+}
+
 /// A tooltip without what stands in brackets after it: what a control is called.
 std::string NameIn(const std::string& tooltip) { return tooltip.substr(0, tooltip.find(" (")); }
 
@@ -47,8 +58,7 @@ MainDisplay::MainDisplay(Program& program, MainPanelWidget& panel)
 void MainDisplay::LoadLanguage(const WindowContext& context) {
   const LanguageSection section = context.Section("Main");
   ReadTexts(section);
-  panel_.SetCaptions({Q(section.Text("Solo")), Q(section.Text("Muet")), Q(section.Text("Gain")),
-                      Q(section.Text("Transpose")), Q(section.Text("Vitesse"))});
+  panel_.SetCaptions(CaptionsFrom(section));
   NameControls(section);
   NameKnobs(section);
   NameButtons();

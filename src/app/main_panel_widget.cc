@@ -7,6 +7,7 @@
 
 #include "app/panel_layout.h"
 #include "mixer/channel_strips.h"
+#include "widgets/engraving.h"
 #include "widgets/focus_ring.h"
 #include "widgets/skin.h"
 
@@ -81,6 +82,18 @@ class NamePlate : public QAbstractButton {
     }
   }
   void keyReleaseEvent(QKeyEvent* event) override { event->ignore(); }
+};
+
+/// `LabelGain`, lettered like the panel.
+class GainLabel : public QLabel {
+ public:
+  explicit GainLabel(QWidget* parent) : QLabel(parent) {}
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    DrawEngraved(painter, rect(), text(), Lettering::kBright);
+  }
 };
 
 }  // namespace
@@ -185,8 +198,7 @@ void MainPanelWidget::MakeDisplays() {
   PutAt(*time_, panel::kTime.Text());
   slider_ = new PositionSlider(skin_, this);
   PutAt(*slider_, panel::kPosition);
-  label_gain_ = new QLabel(this);
-  label_gain_->setAlignment(Qt::AlignCenter);
+  label_gain_ = new GainLabel(this);
   PutAt(*label_gain_, panel::kLabelGain);
   name_plate_ = new NamePlate(this);
   QObject::connect(name_plate_, &QAbstractButton::clicked, this, [this] { actions.open_about(); });
