@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -92,6 +93,14 @@ std::vector<std::string> LocalFiles(const QMimeData& data) {
     if (url.isLocalFile()) paths.push_back(url.toLocalFile().toStdString());
   }
   return paths;
+}
+
+QIcon ProgramIcon() {
+  QIcon icon;
+  for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
+    icon.addFile(QStringLiteral(":/icon/%1").arg(size));
+  }
+  return icon;
 }
 
 /// Where a companion window opens that has no place yet: offsets from the main window's corner.
@@ -252,7 +261,9 @@ void frmMidiTest::LoadLanguage() {
 
 bool frmMidiTest::BuildSkin() {
   MarkMissingWindows();
-  return skin_.Build();
+  const bool is_there = skin_.Build();
+  setWindowIcon(ProgramIcon());
+  return is_there;
 }
 
 void frmMidiTest::MarkMissingWindows() {
