@@ -159,8 +159,7 @@ bool Knobs::Potard_MouseUp() {
 bool Knobs::Step(int index, int steps, bool fine) {
   if (!IsKnob(index) || held_ >= 0) return false;
   const KnobRange& range = RangeOf(index);
-  const int value =
-      std::clamp(Stored(index) + steps * KnobStep(index, fine), range.min, range.max);
+  const int value = std::clamp(Stored(index) + steps * KnobStep(index, fine), range.min, range.max);
   if (value == Stored(index)) return false;
   Act(index, value);
   Store(index, value);

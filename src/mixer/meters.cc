@@ -15,8 +15,8 @@ constexpr int kLampPitch = 24;  ///< from frame to frame
 constexpr int kLampMargin = 3;
 
 constexpr int kFullLevel = 32768;
-/// A library that bends what is too loud, instead of cutting it, stays below the full level: this is
-/// what it makes of a sound that just reaches it.
+/// A library that bends what is too loud, instead of cutting it, stays below the full level: this
+/// is what it makes of a sound that just reaches it.
 constexpr int kOverload = 31700;
 constexpr int kPeakDecay = 2048;
 constexpr int kSegments = 12;
