@@ -61,6 +61,10 @@ void PanelFaceWidget::PaintFace(QPainter& painter) const {
 
 void PanelFaceWidget::PaintHardware(QPainter& painter) const {
   skin_.DrawTiled(painter, kLampSheet, kPanelTile, rect());
+  skin_.Draw(painter, kLampSheet, kNamePlate, TopLeft(panel::kNamePlate));
+  painter.setCompositionMode(QPainter::CompositionMode_Multiply);
+  skin_.DrawStretched(painter, kLampSheet, kPanelLight, rect());
+  painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
   for (const panel::Place& plate : panel::kPlates) {
     skin_.DrawNinePatch(painter, kPlatePatch, ToRect(plate));
   }
@@ -68,7 +72,6 @@ void PanelFaceWidget::PaintHardware(QPainter& painter) const {
     const SpriteRect& screw = i % 3 == 0 ? kScrewSprite : kScrewTurnedSprite;
     DrawRound(painter, skin_, screw, TopLeft(panel::kScrews[i]));
   }
-  skin_.Draw(painter, kLampSheet, kNamePlate, TopLeft(panel::kNamePlate));
   for (const panel::Place& glass : {panel::kDisplayGlass, panel::kMeterGlass, panel::kSpeedPlace}) {
     skin_.DrawNinePatch(painter, kGlassPatch, ToRect(glass));
   }

@@ -118,7 +118,7 @@ struct NinePatch {
   int border = 0;  ///< width of the corners
 };
 
-inline constexpr NinePatch kGlassPatch{kButtonSheet, {192, 48, 48, 48}, 16};
+inline constexpr NinePatch kGlassPatch{kButtonSheet, {192, 48, 48, 48}, 8};
 inline constexpr NinePatch kPlatePatch{kButtonSheet, {240, 48, 48, 48}, 16};
 inline constexpr SpriteRect kScrewSprite{288, 48, 24, 24};
 inline constexpr SpriteRect kScrewTurnedSprite{288, 72, 24, 24};
@@ -140,6 +140,10 @@ inline constexpr SpriteRect kSliderCapDownSprite{288, 96, 24, 24};
 
 inline constexpr SpriteRect kPanelTile{24, 0, 120, 128};   ///< repeats without a seam
 inline constexpr SpriteRect kNamePlate{24, 128, 120, 32};  ///< the program's name
+
+/// Light that falls on the panel: white is all of it. Stretched over the panel and multiplied with
+/// it.
+inline constexpr SpriteRect kPanelLight{168, 0, 24, 64};
 
 /// The eighth and brightest row of lamps is the last one that the bitmap holds; it stands for the
 /// ninth as well.
