@@ -2,7 +2,6 @@
 //
 // SOURCES/101.svg .. 109.svg become OUTPUT/1x/101.bmp .. and, at twice the scale, OUTPUT/2x/101.bmp
 // ..; SOURCES/icon.svg becomes OUTPUT/icon/16.png .. 256.png.
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -17,7 +16,6 @@ namespace skin_renderer {
 namespace {
 
 constexpr int kPixelsPerMetre = 3780;  // 96 to the inch
-constexpr std::array kIconSizes{16, 24, 32, 48, 64, 128, 256};
 
 void Write(const std::string& path, const std::string& bytes) {
   std::ofstream file(path, std::ios::binary);
@@ -39,7 +37,7 @@ void RenderSheet(const std::string& sources, const vexolo::SkinSheet& sheet,
 }
 
 void RenderIcon(const std::string& sources, const std::string& output) {
-  for (const int size : kIconSizes) {
+  for (const int size : vexolo::kIconSizes) {
     Variables variables{{"size", static_cast<double>(size)}};
     const std::string svg = Expand(sources, "icon.svg", variables);
     WritePng(Draw(svg, size, size), output + "/icon/" + std::to_string(size) + ".png");
