@@ -9,9 +9,8 @@
 
 #include "widgets/window_context.h"
 
-// The macro asks for a function outside of any namespace. Without this call a static library would
-// leave the bitmaps out of the program.
-static void NameSkinResources() { Q_INIT_RESOURCE(skin); }
+// The macro asks for a function outside of any namespace.
+static void NameResources() { Q_INIT_RESOURCE(skin); }
 
 namespace vexolo {
 namespace {
@@ -35,7 +34,10 @@ std::array<double, 4> Cuts(double begin, double length, double border) {
 
 }  // namespace
 
+void NameSkinResources() { NameResources(); }
+
 bool ExtractResource(int number, const std::string& path, int scale) {
+  NameSkinResources();
   QFile resource(ResourceName(number, scale));
   if (!resource.open(QIODevice::ReadOnly)) return false;
   const QByteArray bytes = resource.readAll();

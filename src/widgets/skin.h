@@ -16,6 +16,10 @@ class QPainter;
 
 namespace vexolo {
 
+/// Makes the bitmaps and the icon known under their resource names. Without a call to this they
+/// would be left out of a program that is linked from static libraries.
+void NameSkinResources();
+
 /// Deletes `path` if it exists, then writes the resource of type CUSTOM with that number (101..109)
 /// to it as it is. `scale`: 1, or 2 for the bitmaps of twice the size. False on failure.
 bool ExtractResource(int number, const std::string& path, int scale = 1);

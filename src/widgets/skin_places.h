@@ -35,6 +35,9 @@ inline constexpr std::array<SkinSheet, 9> kSkinSheets{{
     {109, 103, 2575, 32},
 }};
 
+/// The program's icon is drawn in these sizes.
+inline constexpr std::array kIconSizes{16, 24, 32, 48, 64, 128, 256};
+
 inline constexpr int kControllerSheet = 101;
 inline constexpr int kNumberSheet = 102;
 inline constexpr int kButtonSheet = 103;
