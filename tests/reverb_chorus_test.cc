@@ -87,6 +87,91 @@ TEST_F(Effects, WithoutAStreamTheValueIsStoredAllTheSame) {
   EXPECT_EQ(7, state.overrides.Get(SongEntry(9)));
 }
 
+TEST_F(Effects, AStepIsOnePixelOfDragAndKept) {
+  effects.Step(1, 2, false, false);
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 32 200"));
+  effects.Step(1, -1, true, false);
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 32 190"));
+  EXPECT_EQ("190", Saved("CC", "CC112"));
+}
+
+TEST_F(Effects, ResetGivesTheSongsValueBack) {
+  state.current_values.Set(SongEntry(5), 80);
+  effects.Step(5, 1, false, false);
+  EXPECT_TRUE(effects.HasOverride(5));
+  TakeEvents();
+  effects.Reset(5);
+  EXPECT_FALSE(effects.HasOverride(5));
+  EXPECT_EQ("", Saved("CC", "CC116"));
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 36 80"));
+}
+
+TEST_F(Effects, BypassSilencesTheReverbAndLeavesItsSetting) {
+  state.overrides.Set(SongEntry(5), 120);
+  effects.SetBypass(false, true);
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 36 0"));
+  EXPECT_EQ(120, effects.Value(5));
+  // Neither a turned knob nor the song's own events bring it back.
+  effects.Step(5, 1, false, false);
+  ApplyOverride(bass.api(), audio.stream, state, SongEntry(5));
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 36 0", "0 36 0"));
+  effects.SetBypass(false, false);
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 36 130"));
+}
+
+TEST_F(Effects, BypassOfAnEffectThatTheUserHasNotSetGivesTheSongsValueBack) {
+  state.current_values.Set(SongEntry(10), 90);
+  state.current_values.Set(SongEntry(11), 15);
+  effects.SetBypass(true, true);
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 41 0", "0 42 0"));
+  effects.SetBypass(true, false);
+  EXPECT_FALSE(effects.HasOverride(10));
+}
+
+TEST_F(Effects, TheNextSongStartsWithoutBypass) {
+  effects.SetBypass(false, true);
+  effects.SetBypass(true, true);
+  ResetForSong(state);
+  EXPECT_FALSE(IsBypassed(state, SongEntry(5)));
+  EXPECT_FALSE(IsBypassed(state, SongEntry(10)));
+}
+
+TEST(EffectValueText, HasTheUnitOfItsKind) {
+  EXPECT_EQ(EffectValueText(1, 1800, ','), (EffectText{"1,8", "s"}));
+  EXPECT_EQ(EffectValueText(1, 250, ','), (EffectText{"250", "ms"}));
+  EXPECT_EQ(EffectValueText(2, 205, '.'), (EffectText{"20.5", "ms"}));
+  EXPECT_EQ(EffectValueText(3, 9000, ','), (EffectText{"9", "kHz"}));
+  EXPECT_EQ(EffectValueText(4, 200, ','), (EffectText{"200", "Hz"}));
+  EXPECT_EQ(EffectValueText(5, 100, ','), (EffectText{"0,0", "dB"}));
+  EXPECT_EQ(EffectValueText(10, 200, '.'), (EffectText{"+6.0", "dB"}));
+  EXPECT_EQ(EffectValueText(11, 50, '.'), (EffectText{"-6.0", "dB"}));
+  EXPECT_EQ(EffectValueText(8, 40, ','), (EffectText{"0,4", "Hz"}));
+  EXPECT_EQ(EffectValueText(9, 0, ','), (EffectText{"-100", "%"}));
+  EXPECT_EQ(EffectValueText(9, 100, ','), (EffectText{"0", "%"}));
+}
+
+TEST(EffectValueText, WhatIsOffHasNone) {
+  EXPECT_EQ(EffectValueText(4, 0, ','), EffectText{});
+  EXPECT_EQ(EffectValueText(5, 0, ','), EffectText{});
+}
+
+TEST(EffectValueText, BeyondTheLimitItSaysWhatIsHeard) {
+  EXPECT_EQ(EffectValueText(1, 501800, '.'), (EffectText{"20", "s"}));
+  EXPECT_EQ(EffectValueText(5, 900, '.'), (EffectText{"+6.0", "dB"}));
+}
+
+TEST(EffectShare, SpansTheRangeThatSounds) {
+  for (int kind = 1; kind <= kSongKinds; ++kind) {
+    const EffectRange& range = kEffectRanges[static_cast<std::size_t>(kind - 1)];
+    EXPECT_EQ(EffectShare(kind, range.min), 0) << kind;
+    EXPECT_EQ(EffectShare(kind, range.max), 1) << kind;
+    EXPECT_EQ(EffectShare(kind, range.max + 1000), 1) << kind;
+    EXPECT_EQ(EffectShare(kind, -5), 0) << kind;
+  }
+  EXPECT_DOUBLE_EQ(EffectShare(5, 100), 0.5);
+  EXPECT_DOUBLE_EQ(EffectShare(3, 5000), 0.5);
+}
+
 TEST(DraggedController, ModifiersDivideAndMultiplyByTen) {
   EXPECT_EQ(100 + 300, DraggedController(100, 100, 0, 0, 3, 0, false, false, -1));
   EXPECT_EQ(100 + 30, DraggedController(100, 100, 0, 0, 3, 0, true, false, -1));

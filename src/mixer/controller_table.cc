@@ -62,11 +62,19 @@ bool HasInstrumentOverride(const MixState& state, int channel) {
          state.overrides.Has(ControllerEntry(kProgramKind, channel));
 }
 
+bool IsBypassed(const MixState& state, int entry) {
+  if (entry == SongEntry(kReverbLevelKind)) return state.bypass_reverb;
+  if (entry == SongEntry(kChorusLevelKind) || entry == SongEntry(kChorusReverbKind)) {
+    return state.bypass_chorus;
+  }
+  return false;
+}
+
 void ApplyOverride(const bass::Api& api, bass::HSTREAM stream, const MixState& state, int entry) {
   const int channel = ChannelOf(entry);
   if (!IsInstrument(entry)) {
     // Read once: another thread may take the override away meanwhile.
-    const std::int32_t set = state.overrides.Get(entry);
+    const std::int32_t set = IsBypassed(state, entry) ? 0 : state.overrides.Get(entry);
     if (set >= 0) SendValue(api, stream, entry, set);
     if (!IsDrumMode(entry)) return;
   }

@@ -45,6 +45,11 @@ inline constexpr int kSongKinds = ControllerTable::kEntries - kFirstSongEntry;
 static_assert(kFirstSongEntry == 112 && kSongKinds == 11);
 
 constexpr int ControllerEntry(int kind, int channel) { return kChannels * (kind - 1) + channel; }
+/// Song kinds that set how loud an effect is.
+inline constexpr int kReverbLevelKind = 5;
+inline constexpr int kChorusLevelKind = 10;
+inline constexpr int kChorusReverbKind = 11;
+
 constexpr int SongEntry(int song_kind) { return kFirstSongEntry + song_kind - 1; }
 constexpr bool IsSongEntry(int entry) { return entry >= kFirstSongEntry; }
 constexpr int KindOf(int entry) { return entry / kChannels + 1; }  ///< of a channel's entry
@@ -82,10 +87,13 @@ void SendInstrument(const bass::Api& api, bass::HSTREAM stream, const MixState& 
 /// Whether a channel's bank or program is overridden.
 bool HasInstrumentOverride(const MixState& state, int channel);
 
-/// Sends again what the user has set for an entry: its override, for a bank or a program the whole
-/// instrument when either is overridden, and an overridden instrument after a drum mode too (a
-/// channel that changes it chooses its preset anew). Without override nothing is sent. Any thread,
-/// the mixing thread too.
+/// Whether an entry is an output of an effect that is bypassed: it sounds as 0. Any thread.
+bool IsBypassed(const MixState& state, int entry);
+
+/// Sends again what the user has set for an entry (0 where it is bypassed): its override, for a
+/// bank or a program the whole instrument when either is overridden, and an overridden instrument
+/// after a drum mode too (a channel that changes it chooses its preset anew). Without override
+/// nothing is sent. Any thread, the mixing thread too.
 void ApplyOverride(const bass::Api& api, bass::HSTREAM stream, const MixState& state, int entry);
 
 /// Sends every override: after a song has been loaded and after every seek, which puts the stream

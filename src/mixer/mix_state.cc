@@ -6,6 +6,8 @@ void ResetForSong(MixState& state) {
   state.ChannelSolo.fill(0);
   state.MelodyChannel = -1;
   state.MelodyOverride = false;
+  state.bypass_reverb = false;
+  state.bypass_chorus = false;
   state.current_values.Clear();
 }
 

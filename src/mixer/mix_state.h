@@ -61,6 +61,10 @@ struct MixState {
   std::array<std::atomic<int>, kChannels> lamp_levels{};  ///< 0..127, raised by the note callback
   int held_peak = 0;                                      ///< of the output meter, 0..32768
 
+  /// For comparing: the effect's output is held at 0 whatever the song and the user set. Not kept.
+  std::atomic<bool> bypass_reverb{false};
+  std::atomic<bool> bypass_chorus{false};
+
   ControllerTable overrides;  ///< what the user has set
   /// What the song itself has set, whether overridden or not. Kept by ReadCurrentValues and by the
   /// mix-time callback.
@@ -75,8 +79,8 @@ struct MixState {
 };
 
 /// To be called for each new song, before anything of it is loaded: no solo, no melody channel, no
-/// melody override, current values unknown. What belongs to the song's settings file comes with its
-/// load operations.
+/// melody override, no bypass, current values unknown. What belongs to the song's settings file
+/// comes with its load operations.
 void ResetForSong(MixState& state);
 
 }  // namespace vexolo

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 
 #include "audio/audio_state.h"
 #include "audio/bass.h"
@@ -32,6 +33,39 @@ inline constexpr std::array<EffectKnob, kSongKinds> kEffectKnobs = {{
     {true, bass::MIDI_EVENT_CHORUS_REVERB, 10},
 }};
 
+/// The drag of a knob within what sounds, for its picture: limits beyond which a value sounds like
+/// the limit. Kind k is at k - 1.
+struct EffectRange {
+  int min;
+  int max;
+};
+inline constexpr std::array<EffectRange, kSongKinds> kEffectRanges = {{
+    {10, 20000},
+    {0, 2000},
+    {0, 20000},
+    {0, 20000},
+    {0, 200},
+    {1, 1000},
+    {0, 500},
+    {1, 1000},
+    {0, 200},
+    {0, 200},
+    {0, 200},
+}};
+
+/// Where a value stands in the range of its knob, 0..1. Times and frequencies are heard by their
+/// ratios, so their knobs turn by the square root.
+double EffectShare(int kind, int value);
+
+/// A value as it is shown: a number and the key of its unit ("ms", "s", "Hz", "kHz", "dB", "%") in
+/// the language file; an empty unit stands for an effect or filter that is off.
+struct EffectText {
+  std::string number;
+  std::string unit;
+  bool operator==(const EffectText&) const = default;
+};
+EffectText EffectValueText(int kind, int value, char separator);
+
 /// The window `Reverb` without its window. Window thread only.
 class ReverbChorus {
  public:
@@ -39,7 +73,7 @@ class ReverbChorus {
   ReverbChorus(const bass::Api& api, MixState& state, AudioState& audio, SongSettings& settings);
 
   /// What the knob of a kind (1..11) shows: the moved value while it is held, else the override or
-  /// the stream's value.
+  /// the song's value, bypassed or not.
   int Value(int kind) const;
 
   /// The drag begins; the modifier keys are those held now.
@@ -49,9 +83,24 @@ class ReverbChorus {
   /// Stores and saves the value. False when no knob was held.
   bool ControllerUp();
 
+  /// Turns a knob by so many of its steps; with Ctrl a tenth of it, with Shift ten times it. The
+  /// value is stored and saved.
+  void Step(int kind, int steps, bool ctrl, bool shift);
+
+  /// No override any more: the song's value is sent again and an empty value saved.
+  void Reset(int kind);
+
+  /// Holds an effect's output at 0, or lets it sound as it is set.
+  void SetBypass(bool chorus, bool bypass);
+
+  bool HasOverride(int kind) const;
+
   int held_kind() const { return kind_; }  ///< 0 = none
 
  private:
+  void Send(int kind, int value);
+  void Store(int kind, int value);
+
   const bass::Api& api_;
   MixState& state_;
   AudioState& audio_;
