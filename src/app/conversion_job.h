@@ -14,6 +14,7 @@
 #include "audio/bass.h"
 #include "audio/markers.h"
 #include "convert/encoding_run.h"
+#include "convert/run_progress.h"
 #include "lyrics/code_pages.h"
 #include "mixer/song_mix.h"
 #include "platform/message_box.h"
@@ -60,22 +61,6 @@ struct RunMessage {
 struct RunOutcome {
   RunResult result;
   std::vector<RunMessage> messages;  ///< not shown yet
-};
-
-/// How far a run has come.
-struct JobProgress {
-  double share = 0;           ///< 0..1; 1 = what is left is the decay and the encoder's own work
-  double seconds = 0;         ///< of audio that are done
-  double elapsed = 0;         ///< seconds since the rendering began
-  bool is_rendering = false;  ///< has begun
-
-  /// Times real time; 0 while nothing can be said.
-  double Speed() const { return elapsed > 0 ? seconds / elapsed : 0; }
-  /// Nothing while nothing can be said.
-  std::optional<double> SecondsLeft() const {
-    if (share <= 0) return std::nullopt;
-    return elapsed * (1 - share) / share;
-  }
 };
 
 /// Opens and converts one song at a time. Every function belongs to the window thread; so do the

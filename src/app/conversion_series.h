@@ -10,6 +10,7 @@
 #include "app/song_start.h"
 #include "app/transport.h"
 #include "convert/conversion_form.h"
+#include "convert/run_progress.h"
 #include "convert/run_report.h"
 #include "mixer/song_settings.h"
 #include "platform/message_box.h"
@@ -41,15 +42,6 @@ class ConversionView {
   /// The report at the end of a whole list; `folder`: of the files, may be empty. It is shown
   /// beside the other windows: nothing waits for it.
   virtual void ShowSummary(const std::string& text, const std::string& folder) = 0;
-};
-
-/// What is told of a run while it is under way.
-struct SeriesProgress {
-  std::string song;         ///< its title and artist, else the name of its file
-  int number = 0;           ///< of the song in the series, from 1
-  int count = 1;            ///< songs of the series; 1 = only this one
-  bool cancelling = false;  ///< the user has cancelled, and the end is awaited
-  JobProgress job;
 };
 
 /// Window thread only. A song that plays goes on playing until it has to give way to the run:
