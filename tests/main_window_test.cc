@@ -807,7 +807,7 @@ TEST_F(Strips, TheMeterShowsTheOutputAndOverloadLightsItsLamp) {
 }
 
 TEST_F(MainWindow, WithoutASoundDeviceTheTitleSaysSoOnce) {
-  is_silent = true;
+  library.is_silent = true;
   ASSERT_TRUE(Start());
   EXPECT_TRUE(QTest::qWaitFor(
       [&] { return window->panel().title().shown().starts_with("Pas de sortie audio"); }));

@@ -267,7 +267,7 @@ std::string MainDisplay::Status() const {
 }
 
 void MainDisplay::TellOfSilence() {
-  if (silence_told_ || !program_.env.output_is_silent()) return;
+  if (silence_told_ || !program_.env.library.OutputIsSilent()) return;
   silence_told_ = true;
   scroller_.Notice(LedText(texts_.no_sound));
   panel_.time().setToolTip(Q(texts_.no_sound_tip));
@@ -284,7 +284,7 @@ void MainDisplay::DispLeds() {
 }
 
 void MainDisplay::ShowTime() {
-  std::string text = TimeText(program_.env.api, program_.state.audio, program_.env.separator);
+  std::string text = TimeText(program_.api, program_.state.audio, program_.env.separator);
   // From ten minutes on the text is longer than the display, but for its blanks.
   if (text.size() > static_cast<std::size_t>(panel::kTime.characters)) std::erase(text, ' ');
   panel_.time().Print(text);

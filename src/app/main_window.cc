@@ -12,6 +12,7 @@
 #include <QUrl>
 #include <utility>
 
+#include "about/about_texts.h"
 #include "app/dropped_songs.h"
 #include "app/help_page.h"
 #include "app/main_place.h"
@@ -126,11 +127,11 @@ frmMidiTest::frmMidiTest(Program& program, OtherWindows others)
       skin_(Skin::kBuildLater),
       panel_(new MainPanelWidget(skin_, this)),
       display_(program, *panel_),
-      transport_({program.env.api, program.state, program.song_start, program.settings, program.ini,
+      transport_({program.api, program.state, program.song_start, program.settings, program.ini,
                   program.env.boxes, display_, &program.lyric_display, program.env.separator}),
-      main_timer_(program.env.api, program.state, display_, program.env.separator),
+      main_timer_(program.api, program.state, display_, program.env.separator),
       toggles_(program.ini, *this),
-      start_up_({program.env.api, program.state, program.binding, program.bank_loader, program.ini,
+      start_up_({program.api, program.state, program.binding, program.bank_loader, program.ini,
                  program.settings, program.env.boxes, *this, program.env.program_folder,
                  program.env.command_line, program.env.device}) {
   setMinimumSize(panel_->sizeHint());
@@ -238,12 +239,15 @@ CompanionWindow* frmMidiTest::companion(Companion companion) {
 
 // ---- Start
 
-bool frmMidiTest::Start() { return start_up_.Run(); }
+bool frmMidiTest::Start() {
+  if (!start_up_.Run()) return false;
+  if (!program_.state.quitting && IsAboutShownAtOpen(program_.ini)) Action_About();
+  return true;
+}
 
 void frmMidiTest::ChooseFirstLanguage() {
   if (others_.options) options_ = others_.options(*this);
   if (options_.run_first_start) options_.run_first_start();
-  if (options_.unload) options_.unload();
   options_ = {};
 }
 
@@ -256,6 +260,7 @@ void frmMidiTest::LoadLanguage() {
     if (other.window) other.window->LoadLanguage();
   }
   if (options_.load_language) options_.load_language();
+  if (about_.load_language) about_.load_language();
   if (conversion_.load_language) conversion_.load_language();
 }
 
@@ -274,7 +279,7 @@ void frmMidiTest::MarkMissingWindows() {
   }
   if (!others_.options) display_.SetMissing(kSetupButton);
   if (!others_.conversion) display_.SetMissing(kRecordButton);
-  panel_->name_plate().setEnabled(static_cast<bool>(others_.open_about));
+  panel_->name_plate().setEnabled(static_cast<bool>(others_.about));
   display_.LoadLanguage(context());
 }
 
@@ -340,8 +345,8 @@ void frmMidiTest::UnloadCompanion(Companion companion) {
 }
 
 void frmMidiTest::UnloadDialogs() {
-  if (options_.unload) options_.unload();
   options_ = {};
+  about_ = {};
   conversion_ = {};
 }
 
@@ -419,7 +424,8 @@ void frmMidiTest::Action_Setup() {
 }
 
 void frmMidiTest::Action_About() {
-  if (others_.open_about) others_.open_about(*this);
+  if (!about_.open && others_.about) about_ = others_.about(*this);
+  if (about_.open) about_.open();
 }
 
 void frmMidiTest::Action_Help() {
@@ -474,7 +480,7 @@ void frmMidiTest::GereDrop(const std::vector<std::string>& paths) {
 }
 
 void frmMidiTest::AutoMuteSwitched() {
-  ApplyVolume(program_.env.api, program_.state.audio.stream, program_.state.mix);
+  ApplyVolume(program_.api, program_.state.audio.stream, program_.state.mix);
   display_.DispSoloMute();
 }
 

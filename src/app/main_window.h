@@ -154,6 +154,7 @@ class frmMidiTest : public QWidget, private StartUpWindows, private CompanionVie
   QTimer save_place_timer_;
   std::array<PluggedCompanion, kCompanions.size()> companions_;
   PluggedOptions options_;
+  PluggedAbout about_;
   PluggedConversion conversion_;
   std::optional<QPoint> last_place_;  ///< that the companions have followed to
   const char* asked_marker_ = "";     ///< what the time dialog asks for

@@ -1,7 +1,106 @@
 #include "app/other_window.h"
 
-namespace vexolo {
+#include <QProcess>
+#include <memory>
 
-OtherWindows ProgramWindows() { return {}; }
+#include "about/about_dialog.h"
+#include "about/system_info.h"
+#include "about/system_info_dialog.h"
+#include "app/main_window.h"
+#include "convert/encoder_command.h"
+#include "mixer/options_dialog.h"
+#include "platform/registry.h"
+#include "platform/system_facts.h"
+
+namespace vexolo {
+namespace {
+
+PluggedOptions MakeOptions(frmMidiTest& main) {
+  Program& program = main.program();
+  const OptionsSubjects subjects = {program.env.program_folder, program.state.language_file,
+                                    program.state.mix, program.state.audio, program.api};
+  const OptionsActions actions = {
+      [&main] { main.LoadLanguage(); }, [&main] { main.AutoMuteSwitched(); },
+      [&main] { main.Action_ChangeSF(); }, [&main] { main.Action_About(); }};
+  auto dialog = std::make_shared<OptionsDlg>(main.context(), subjects, actions, &main);
+  OptionsDlg& options = *dialog;
+  PluggedOptions plugged;
+  plugged.dialog = std::move(dialog);
+  plugged.open = [&options, &program] {
+    options.SetSoundOutput(program.env.library.OutputName());
+    options.Open();
+  };
+  plugged.run_first_start = [&options] { options.RunFirstStart(); };
+  plugged.run_bank_choice = [&options] { options.RunBankChoice(); };
+  plugged.load_language = [&options] { options.LoadLanguage(); };
+  plugged.show_bank_info = [&options](const std::string& text) { options.SetBankInfo(text); };
+  plugged.show_bank_loading = [&options](bool loading, const std::string& notice) {
+    options.SetBankLoading(loading, notice);
+  };
+  return plugged;
+}
+
+/// The about box and what its button opens.
+class AboutWindows {
+ public:
+  explicit AboutWindows(frmMidiTest& main)
+      : program_(main.program()),
+        about_(
+            main.context(), [this] { ShowSystem(); }, &main),
+        system_info_(main.context(), &main) {}
+
+  void Open() { about_.Open(); }
+  void LoadLanguage() {
+    about_.LoadLanguage();
+    system_info_.LoadLanguage();
+  }
+
+ private:
+  void ShowSystem() {
+    const auto start = [](const std::string& path) { return QProcess::startDetached(Q(path), {}); };
+    if (registry_) {
+      StartSysInfo(*registry_, start, program_.env.boxes);
+    } else {
+      system_info_.Open(Facts());
+    }
+  }
+
+  SystemInfo Facts() const {
+    const AudioLibrary& library = program_.env.library;
+    const std::string& folder = program_.env.program_folder;
+    SystemInfo info;
+    info.machine = GatherSystemFacts();
+    info.sound_device = library.OutputName();
+    info.is_silent = library.OutputIsSilent();
+    info.open_gl = DescribeOpenGl();
+    info.toolkit = ToolkitVersion();
+    info.library_version = library.api().BASS_GetVersion();
+    info.components = library.Components();
+    info.bank = program_.state.audio.font_path;
+    info.lame = EncoderProgram(AudioFormat::kMp3, folder);
+    info.ogg_enc = EncoderProgram(AudioFormat::kOgg, folder);
+    return info;
+  }
+
+  Program& program_;
+  const std::unique_ptr<Registry> registry_ = SystemRegistry();
+  About about_;
+  SystemInfoDialog system_info_;
+};
+
+PluggedAbout MakeAbout(frmMidiTest& main) {
+  const auto windows = std::make_shared<AboutWindows>(main);
+  AboutWindows& about = *windows;
+  return {windows, [&about] { about.Open(); }, [&about] { about.LoadLanguage(); }};
+}
+
+}  // namespace
+
+OtherWindows ProgramWindows() {
+  OtherWindows windows;
+  windows.options = MakeOptions;
+  windows.about = MakeAbout;
+  return windows;
+}
 
 }  // namespace vexolo

@@ -24,15 +24,22 @@ struct PluggedCompanion {
   std::function<void(int mode)> draw_repeat;
 };
 
-/// The options dialog.
+/// The options dialog. It lives as long as this.
 struct PluggedOptions {
+  std::shared_ptr<void> dialog;
   std::function<void()> open;             ///< without waiting
   std::function<void()> run_first_start;  ///< waits
   std::function<void()> run_bank_choice;  ///< waits
   std::function<void()> load_language;
   std::function<void(const std::string& text)> show_bank_info;
   std::function<void(bool loading, const std::string& notice)> show_bank_loading;
-  std::function<void()> unload;
+};
+
+/// The about box, which lives as long as this.
+struct PluggedAbout {
+  std::shared_ptr<void> dialog;
+  std::function<void()> open;  ///< without waiting
+  std::function<void()> load_language;
 };
 
 /// Conversion of the current song or of the whole list.
@@ -51,7 +58,7 @@ struct OtherWindows {
   std::array<std::function<PluggedCompanion(frmMidiTest&)>, kCompanions.size()> companions;
   std::function<PluggedOptions(frmMidiTest&)> options;
   std::function<PluggedConversion(frmMidiTest&)> conversion;
-  std::function<void(frmMidiTest&)> open_about;
+  std::function<PluggedAbout(frmMidiTest&)> about;
 };
 
 /// Those that the program has.

@@ -4,12 +4,14 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "app/bank_loader.h"
 #include "app/program_state.h"
 #include "app/song_start.h"
 #include "audio/audio_binding.h"
 #include "audio/bass.h"
+#include "audio/loader.h"
 #include "lyrics/lyric_model.h"
 #include "mixer/channel_strips.h"
 #include "mixer/controllers.h"
@@ -24,7 +26,7 @@ namespace vexolo {
 
 /// Where the program runs.
 struct ProgramEnvironment {
-  const bass::Api& api;
+  AudioLibrary& library;
   MessageBoxes& boxes;
   FileDialogs& files;
   std::string program_folder;
@@ -33,8 +35,6 @@ struct ProgramEnvironment {
   char separator = '.';        ///< of decimals
   int device = -1;             ///< of the output: -1 = the system's, 0 = none
   PostToWindow post;
-  /// Sound goes nowhere because the machine has no sound device.
-  std::function<bool()> output_is_silent = [] { return false; };
   /// Opens a document (help page, folder) with the user's own program. False where that fails.
   std::function<bool(const std::string& path)> open_document = [](const std::string&) {
     return false;
@@ -83,23 +83,25 @@ class PostedEndOfSong : public EndOfSongNotifier {
 struct Program {
   explicit Program(ProgramEnvironment environment)
       : env(std::move(environment)),
+        api(env.library.api()),
         ini(env.settings_file, env.boxes),
-        state(env.api, &lyric_display),
-        binding(env.api, state.audio, ini, env.boxes),
+        state(api, &lyric_display),
+        binding(api, state.audio, ini, env.boxes),
         settings(ini, env.separator),
         end_of_song(env.post),
-        song_start(env.api, state, binding, ini, settings, &end_of_song),
-        bank_loader(env.api, state.audio, binding, env.post),
-        strips(env.api, state.mix, settings),
-        knobs(env.api, state.mix, state.audio, settings),
-        controllers(env.api, state.mix, state.audio, settings),
-        reverb_chorus(env.api, state.mix, state.audio, settings) {
+        song_start(api, state, binding, ini, settings, &end_of_song),
+        bank_loader(api, state.audio, binding, env.post),
+        strips(api, state.mix, settings),
+        knobs(api, state.mix, state.audio, settings),
+        controllers(api, state.mix, state.audio, settings),
+        reverb_chorus(api, state.mix, state.audio, settings) {
     binding.set_linear_gain([this] { return static_cast<float>(LinearGain(state.mix.Gain)); });
   }
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
   const ProgramEnvironment env;
+  const bass::Api& api;
   ModIni ini;
   LyricDisplayLink lyric_display;
   modMidiTest state;

@@ -47,7 +47,7 @@ int main(int argc, char** argv) {
   const auto library = AudioLibrary::Load(program_folder);
   QtMessageBoxes boxes;
   QtFileDialogs files;
-  Program program({.api = library->api(),
+  Program program({.library = *library,
                    .boxes = boxes,
                    .files = files,
                    .program_folder = program_folder,
@@ -55,7 +55,6 @@ int main(int argc, char** argv) {
                    .command_line = SongsFromArguments(application),
                    .separator = DecimalSeparator(),
                    .post = Post,
-                   .output_is_silent = [&] { return library->OutputIsSilent(); },
                    .open_document = OpenDocument});
   frmMidiTest window(program, ProgramWindows());
   const bool runs = window.Start();

@@ -28,6 +28,22 @@ class FakeCompanion : public CompanionWindow {
   int captions_loaded = 0;
 };
 
+class FakeLibrary : public AudioLibrary {
+ public:
+  explicit FakeLibrary(FakeBass& bass) : bass_(bass) {}
+  const bass::Api& api() const override { return bass_.api(); }
+  bool is_open_engine() const override { return true; }
+  bool OutputIsSilent() const override { return is_silent; }
+  std::string OutputName() const override { return "Fake device"; }
+  std::vector<std::string> Components() const override { return {}; }
+  std::uint64_t LateBlocks() const override { return 0; }
+
+  bool is_silent = false;
+
+ private:
+  FakeBass& bass_;
+};
+
 struct MainWindowBench {
   MainWindowBench() {
     namespace fs = std::filesystem;
@@ -58,7 +74,7 @@ struct MainWindowBench {
   void Make(const std::string& command_line = {}) {
     Quit();
     program = std::make_unique<Program>(ProgramEnvironment{
-        .api = bass.api(),
+        .library = library,
         .boxes = boxes,
         .files = files,
         .program_folder = folder.path(),
@@ -69,7 +85,6 @@ struct MainWindowBench {
             [](std::function<void()> action) {
               QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
             },
-        .output_is_silent = [this] { return is_silent; },
         .open_document =
             [this](const std::string& path) {
               opened.push_back(path);
@@ -130,7 +145,7 @@ struct MainWindowBench {
   FakeMessageBoxes boxes;
   FakeFileDialogs files;
   OtherWindows others;
-  bool is_silent = false;
+  FakeLibrary library{bass};
   bool can_open = true;
   std::vector<std::string> opened;  ///< documents
   std::unique_ptr<Program> program;
