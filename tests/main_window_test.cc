@@ -200,7 +200,7 @@ TEST_F(MainWindow, CompanionsFollowIt) {
 TEST_F(MainWindow, AWindowThatIsNotThereSaysSo) {
   const auto NameOf = [this](int button) {
     const std::string tip = Text(ArrayKey("SM", button).c_str());
-    return tip.substr(0, tip.find(" ("));
+    return tip.substr(0, tip.rfind(" ("));
   };
   ASSERT_TRUE(Start());
   for (const CompanionInfo& info : kCompanions) {

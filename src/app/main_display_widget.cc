@@ -45,8 +45,10 @@ PanelCaptions CaptionsFrom(const LanguageSection& section) {
   return captions;
 }
 
-/// A tooltip without what stands in brackets after it: what a control is called.
-std::string NameIn(const std::string& tooltip) { return tooltip.substr(0, tooltip.find(" (")); }
+/// A tooltip without what stands in brackets at its end: what a control is called.
+std::string NameIn(const std::string& tooltip) {
+  return tooltip.ends_with(')') ? tooltip.substr(0, tooltip.rfind(" (")) : tooltip;
+}
 
 }  // namespace
 

@@ -154,6 +154,7 @@ KnobWidget* MainPanelWidget::MakeKnob(int index) {
   knob->actions.step = [this, index](int steps, Qt::KeyboardModifiers keys) {
     actions.step_knob(index, steps, keys.testFlag(Qt::ControlModifier));
   };
+  knob->actions.set = [this, index](int value) { actions.set_knob(index, value); };
   knob->actions.reset = [this, index] { actions.press_knob(index, kRightButton, {}); };
   return knob;
 }

@@ -31,6 +31,8 @@ struct PanelActions {
   std::function<void()> release_knob;
   /// A knob is turned by steps with wheel or keyboard; finer with Ctrl.
   std::function<void(int index, int steps, bool fine)> step_knob;
+  /// A knob is given a value by an assistive tool.
+  std::function<void(int index, int value)> set_knob;
   std::function<void()> open_about;
 };
 

@@ -4,7 +4,6 @@
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QIcon>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -96,14 +95,6 @@ std::vector<std::string> LocalFiles(const QMimeData& data) {
   return paths;
 }
 
-QIcon ProgramIcon() {
-  QIcon icon;
-  for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
-    icon.addFile(QStringLiteral(":/icon/%1").arg(size));
-  }
-  return icon;
-}
-
 /// Where a companion window opens that has no place yet: offsets from the main window's corner.
 QPoint DefaultPlace(Companion companion) {
   switch (companion) {
@@ -166,6 +157,9 @@ void frmMidiTest::ConnectPanel() {
   actions.move_knob = [this](QPointF at) { MoveKnob(at); };
   actions.release_knob = [this] { ReleaseKnob(); };
   actions.step_knob = [this](int index, int steps, bool fine) { StepKnob(index, steps, fine); };
+  actions.set_knob = [this](int index, int value) {
+    StepKnob(index, value - program_.knobs.Value(index), true);
+  };
   actions.open_about = [this] { Action_About(); };
   PositionSlider& slider = panel_->slider();
   slider.on_press = [this] { transport_.SliderPressed(); };
@@ -266,9 +260,7 @@ void frmMidiTest::LoadLanguage() {
 
 bool frmMidiTest::BuildSkin() {
   MarkMissingWindows();
-  const bool is_there = skin_.Build();
-  setWindowIcon(ProgramIcon());
-  return is_there;
+  return skin_.Build();
 }
 
 void frmMidiTest::MarkMissingWindows() {

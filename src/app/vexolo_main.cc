@@ -16,6 +16,7 @@
 #include "widgets/file_boxes.h"
 #include "widgets/message_boxes.h"
 #include "widgets/palette.h"
+#include "widgets/program_icon.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ std::string SongsFromArguments(const QApplication& application) {
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
   application.setApplicationName("Vexolo");
+  application.setWindowIcon(ProgramIcon());
   UseDarkPalette(application);
   const std::string program_folder = ProgramFolder();
   const auto library = AudioLibrary::Load(program_folder);

@@ -22,18 +22,27 @@ KnobWidget::KnobWidget(QSize size, int minimum, int maximum, Painter paint, QWid
   setRange(minimum, maximum);
   setFixedSize(size);
   setFocusPolicy(Qt::StrongFocus);
-  // An assistive tool sets the value: that is so many steps.
-  QObject::connect(this, &QDial::valueChanged, this, [this, last = value()](int now) mutable {
-    const int shown = std::exchange(last, now);
-    if (actions.step && now != shown) actions.step(now - shown, Qt::NoModifier);
-  });
+  shown_ = value();
+  QObject::connect(this, &QDial::valueChanged, this, [this](int value) { ValueSet(value); });
+}
+
+// What acts on it shows the value that comes of it.
+void KnobWidget::ValueSet(int value) {
+  const int steps = value - shown_;
+  ShowValue(shown_);
+  if (actions.set) {
+    actions.set(value);
+  } else if (actions.step && steps != 0) {
+    actions.step(steps, Qt::NoModifier);
+  }
 }
 
 void KnobWidget::ShowValue(int value) {
   const QSignalBlocker quiet(this);
-  const int old = this->value();
+  const int old = shown_;
   setValue(value);
-  if (this->value() != old) update();
+  shown_ = this->value();
+  if (shown_ != old) update();
 }
 
 void KnobWidget::paintEvent(QPaintEvent*) {

@@ -16,6 +16,8 @@ struct KnobActions {
   std::function<void()> release;
   /// The wheel (1 or -1 a notch) or the up and down keys.
   std::function<void(int steps, Qt::KeyboardModifiers keys)> step;
+  /// An assistive tool sets the value. Where this is empty, it comes as so many steps.
+  std::function<void(int value)> set;
   /// A double click; the right click comes as a press.
   std::function<void()> reset;
 };
@@ -48,9 +50,12 @@ class KnobWidget : public QDial {
   void leaveEvent(QEvent* event) override;
 
  private:
+  void ValueSet(int value);
+
   const QSize size_;
   const Painter paint_;
   bool held_ = false;
+  int shown_ = 0;       ///< value
   int wheel_rest_ = 0;  ///< eighths of a degree that make no notch yet
 };
 
