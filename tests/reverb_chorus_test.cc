@@ -89,10 +89,10 @@ TEST_F(Effects, WithoutAStreamTheValueIsStoredAllTheSame) {
 
 TEST_F(Effects, AStepIsOnePixelOfDragAndKept) {
   effects.Step(1, 2, false, false);
-  EXPECT_THAT(TakeEvents(), ElementsAre("0 32 200"));
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 32 2000"));
   effects.Step(1, -1, true, false);
-  EXPECT_THAT(TakeEvents(), ElementsAre("0 32 190"));
-  EXPECT_EQ("190", Saved("CC", "CC112"));
+  EXPECT_THAT(TakeEvents(), ElementsAre("0 32 1990"));
+  EXPECT_EQ("1990", Saved("CC", "CC112"));
 }
 
 TEST_F(Effects, ResetGivesTheSongsValueBack) {
