@@ -143,6 +143,31 @@ void Controllers::ToggleDrum(int channel) {
   settings_.SaveCC(state_, entry);
 }
 
+void Controllers::Step(int entry, int steps, bool shift) {
+  if (!IsChannelEntry(entry) || steps == 0) return;
+  const int kind = KindOf(entry);
+  if (kind == kBankKind || kind == kProgramKind) {
+    TestButton(entry, steps < 0);
+  } else if (kind == kDrumKind) {
+    ToggleDrum(ChannelOf(entry));
+  } else {
+    const int value =
+        DraggedController(Value(entry), kPixelStep, 0, 0, steps, 0, false, shift, kMaxValue);
+    SendValue(api_, audio_.stream, entry, value);
+    StoreOverride(entry, value);
+  }
+}
+
+void Controllers::ChooseInstrument(int channel, Instrument instrument) {
+  const int bank_entry = ControllerEntry(kBankKind, channel);
+  const int program_entry = ControllerEntry(kProgramKind, channel);
+  if (!IsDrumChannel(channel)) state_.overrides.Set(bank_entry, instrument.bank);
+  state_.overrides.Set(program_entry, instrument.program);
+  SendInstrument(api_, audio_.stream, state_, channel);
+  settings_.SaveCC(state_, bank_entry);
+  settings_.SaveCC(state_, program_entry);
+}
+
 void Controllers::Reset(int entry) {
   const int channel = ChannelOf(entry);
   const int kind = KindOf(entry);

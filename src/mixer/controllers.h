@@ -57,14 +57,22 @@ class Controllers {
   /// A left click on a bank or program control. False where there is no other instrument.
   bool TestButton(int entry, bool shift);
   void ToggleDrum(int channel);
+  /// Turns a knob by so many steps, ten times as far with Shift, and keeps the value; steps to
+  /// another instrument or drum mode, by the sign alone.
+  void Step(int entry, int steps, bool shift);
+  /// Sets bank and program of a channel; a drum channel keeps its bank.
+  void ChooseInstrument(int channel, Instrument instrument);
   /// No override any more: the song's value is sent again and an empty value saved.
   void Reset(int entry);
+
+  bool IsDrumChannel(int channel) const;
+  bool HasOverride(int entry) const { return entry == held_ || state_.overrides.Has(entry); }
+  int held_entry() const { return held_; }  ///< -1 = none
 
   /// Name of the channel's preset; empty where the bank has none.
   std::string TipPreset(int channel) const;
 
  private:
-  bool IsDrumChannel(int channel) const;
   void StoreOverride(int entry, int value);
 
   const bass::Api& api_;

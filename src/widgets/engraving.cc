@@ -21,6 +21,8 @@ Style StyleOf(Lettering lettering) {
       return {8, 0.2, QColor(0x8a, 0x8f, 0x96)};
     case Lettering::kBright:
       return {10, 0.2, QColor(0xe4, 0xe6, 0xe9)};
+    case Lettering::kLit:
+      return {12, 0, QColor(0xff, 0xb4, 0x4a)};
     case Lettering::kCaption:
       break;
   }
@@ -29,12 +31,12 @@ Style StyleOf(Lettering lettering) {
 
 constexpr QColor kCut(0, 0, 0, 170);
 
-QFont FontOf(const Style& style) {
+QFont FontOf(const Style& style, bool capitals) {
   QFont font;
   font.setFamilies({"Inter", "Helvetica Neue", "Segoe UI", "Liberation Sans", "DejaVu Sans"});
   font.setPixelSize(style.pixel_size);
   font.setWeight(QFont::DemiBold);
-  font.setCapitalization(QFont::AllUppercase);
+  if (capitals) font.setCapitalization(QFont::AllUppercase);
   font.setLetterSpacing(QFont::AbsoluteSpacing, style.spacing);
   return font;
 }
@@ -44,7 +46,7 @@ QFont FontOf(const Style& style) {
 void DrawEngraved(QPainter& painter, const QRect& place, const QString& text, Lettering lettering,
                   Qt::Alignment alignment) {
   const Style style = StyleOf(lettering);
-  QFont font = FontOf(style);
+  QFont font = FontOf(style, lettering != Lettering::kLit);
   const double width = QFontMetricsF(font).horizontalAdvance(text);
   if (width > place.width()) {
     font.setLetterSpacing(QFont::AbsoluteSpacing, 0);

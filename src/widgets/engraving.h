@@ -10,9 +10,10 @@ namespace vexolo {
 
 enum class Lettering {
   kCaption,
-  kKey,    ///< smaller, under a key
-  kScale,  ///< smaller and dim, beside a scale
-  kBright  ///< a value
+  kKey,     ///< smaller, under a key
+  kScale,   ///< smaller and dim, beside a scale
+  kBright,  ///< a value
+  kLit      ///< a value under glass; capitals and small letters as they are
 };
 
 /// Draws `text` into `place` as if it were cut into the panel: capitals, a dark edge above, a light
