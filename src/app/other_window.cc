@@ -9,6 +9,8 @@
 #include "app/main_window.h"
 #include "convert/encoder_command.h"
 #include "mixer/options_dialog.h"
+#include "mixer/reglage_window.h"
+#include "mixer/reverb_window.h"
 #include "platform/registry.h"
 #include "platform/system_facts.h"
 
@@ -94,10 +96,37 @@ PluggedAbout MakeAbout(frmMidiTest& main) {
   return {windows, [&about] { about.Open(); }, [&about] { about.LoadLanguage(); }};
 }
 
+PluggedCompanion MakeReglage(frmMidiTest& main) {
+  Program& program = main.program();
+  auto window = std::make_unique<Reglage>(main.context(), &main, program.controllers,
+                                          program.state.mix, program.state.audio);
+  Reglage& reglage = *window;
+  PluggedCompanion plugged;
+  plugged.window = std::move(window);
+  plugged.refresh_channels = [&reglage] { reglage.Refresh(); };
+  plugged.mix_drawn = [&reglage] { reglage.Refresh(); };
+  plugged.presets_changed = [&reglage] { reglage.RefreshNames(); };
+  return plugged;
+}
+
+PluggedCompanion MakeReverb(frmMidiTest& main) {
+  Program& program = main.program();
+  auto window =
+      std::make_unique<Reverb>(main.context(), &main, program.reverb_chorus, program.state.mix);
+  Reverb& reverb = *window;
+  PluggedCompanion plugged;
+  plugged.window = std::move(window);
+  plugged.refresh_channels = [&reverb] { reverb.Refresh(); };
+  plugged.mix_drawn = [&reverb] { reverb.Refresh(); };
+  return plugged;
+}
+
 }  // namespace
 
 OtherWindows ProgramWindows() {
   OtherWindows windows;
+  windows.companions[static_cast<std::size_t>(Companion::kReglage)] = MakeReglage;
+  windows.companions[static_cast<std::size_t>(Companion::kReverb)] = MakeReverb;
   windows.options = MakeOptions;
   windows.about = MakeAbout;
   return windows;
