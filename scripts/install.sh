@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs what is missing of the packages that the named groups need, and only that.
-# usage: scripts/install.sh GROUP...      groups: build run test bench acceptance fuzz style
+# usage: scripts/install.sh GROUP...      groups: build run test bench acceptance fuzz pictures style
 set -eu
 
 packages_of() {
@@ -11,6 +11,7 @@ packages_of() {
     bench) echo "fluidsynth timidity fluid-soundfont-gm lame python3" ;;
     acceptance) echo "python3 ffmpeg id3v2 mp3info vorbis-tools" ;;
     fuzz) echo "clang libclang-rt-14-dev" ;;
+    pictures) echo "xvfb xauth xdotool imagemagick" ;;
     style) echo "clang-format python3" ;;
     *) echo "install.sh: no group '$1'" >&2; exit 2 ;;
   esac
