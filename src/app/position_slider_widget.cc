@@ -44,6 +44,12 @@ void PositionSlider::ShowValue(int value) {
   if (!held_) MoveTo(value);
 }
 
+void PositionSlider::ShowPassage(const PassageMarks& marks) {
+  if (marks == passage_) return;
+  passage_ = marks;
+  update();
+}
+
 QRect PositionSlider::CapPlace() const {
   const double room = width() - kCapWidth;
   const int x = static_cast<int>(std::lround(room * value() / kMaximum));
@@ -59,13 +65,36 @@ int PositionSlider::ValueAt(double x) const {
 void PositionSlider::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   if (!isEnabled()) painter.setOpacity(kDisabledOpacity);
-  skin_.DrawNinePatch(painter, kGroovePatch,
-                      {0, (height() - kGrooveHeight) / 2, width(), kGrooveHeight});
+  DrawGroove(painter);
+  DrawPassage(painter);
   const SpriteRect& cap = held_                         ? kSliderCapDownSprite
                           : isEnabled() && underMouse() ? kSliderCapHoverSprite
                                                         : kSliderCapSprite;
   skin_.Draw(painter, kButtonSheet, cap, CapPlace().topLeft());
   if (hasFocus()) DrawFocusRing(painter, rect());
+}
+
+void PositionSlider::DrawGroove(QPainter& painter) const {
+  const int y = (height() - kGrooveHeight) / 2;
+  skin_.DrawNinePatch(painter, kGroovePatch, {0, y, width(), kGrooveHeight});
+  if (!isEnabled() || value() == 0) return;
+  const int played = CapPlace().center().x();
+  skin_.DrawNinePatch(painter, kGroovePlayedPatch, {0, y, played, kGrooveHeight});
+}
+
+// The flags' upright edges point at the places where the cap's line stands at that time.
+void PositionSlider::DrawPassage(QPainter& painter) const {
+  const auto line_at = [this](double share) {
+    return static_cast<int>(std::lround((width() - kCapWidth) * share)) + kCapWidth / 2;
+  };
+  if (passage_.start) {
+    const int x = line_at(*passage_.start) - kPassageStartSprite.width / 2;
+    skin_.Draw(painter, kButtonSheet, kPassageStartSprite, {x, 0});
+  }
+  if (passage_.end) {
+    const int x = line_at(*passage_.end) - kPassageEndSprite.width / 2;
+    skin_.Draw(painter, kButtonSheet, kPassageEndSprite, {x, 0});
+  }
 }
 
 void PositionSlider::mousePressEvent(QMouseEvent* event) {

@@ -4,6 +4,8 @@
 #include <QSlider>
 #include <functional>
 
+#include "app/passage_marks.h"
+
 namespace vexolo {
 
 class Skin;
@@ -24,6 +26,10 @@ class PositionSlider : public QSlider {
   /// Ignored while the mouse holds the slider.
   void ShowValue(int value);
 
+  /// Shows where the passage that is played begins and ends.
+  void ShowPassage(const PassageMarks& marks);
+  const PassageMarks& passage() const { return passage_; }
+
   /// Where the cap is drawn.
   QRect CapPlace() const;
 
@@ -39,10 +45,13 @@ class PositionSlider : public QSlider {
 
  private:
   int ValueAt(double x) const;
+  void DrawGroove(QPainter& painter) const;
+  void DrawPassage(QPainter& painter) const;
   void MoveTo(int value);
 
   const Skin& skin_;
   bool held_ = false;
+  PassageMarks passage_;
 };
 
 }  // namespace vexolo
