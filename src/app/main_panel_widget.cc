@@ -115,6 +115,7 @@ void MainPanelWidget::MakeButtons() {
     auto* button = new SpriteButton(
         skin_, kButtonSheet, [index](int state) { return SmSprite(index, state); },
         press_shows_down, this);
+    button->set_hover_face(kControllerSheet, HoverSprite(index));
     PutAt(*button, SmPlace(index));
     button->setCheckable(IsToggle(index));
     button->on_press = [this, index](int mouse_button) {

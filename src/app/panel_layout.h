@@ -52,7 +52,7 @@ inline constexpr LedDisplay kTime{595, 26, 19};
 /// All cells of the glass.
 inline constexpr LedDisplay kAllCells{161, 26, 50};
 
-/// Position in the song: the whole slider, its cap of 24 pixels included.
+/// Position in the song: the whole slider, its cap included.
 inline constexpr Place kPosition{153, 61, 716, 24};
 
 // ---- Mixer: sixteen strips; from the top number, lamp, level, solo, mute.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kNotch = 120;  // of a wheel, in eighths of a degree
 constexpr double kDisabledOpacity = 0.5;
-constexpr QColor kHoverLight(255, 236, 200, 16);
+constexpr double kHoverLight = 0.4;
 
 }  // namespace
 
@@ -50,8 +50,11 @@ void KnobWidget::paintEvent(QPaintEvent*) {
   if (!isEnabled()) painter.setOpacity(kDisabledOpacity);
   paint_(painter, value());
   if (isEnabled() && (underMouse() || held_)) {
-    painter.setCompositionMode(QPainter::CompositionMode_Plus);
-    painter.fillRect(rect(), kHoverLight);
+    // The picture over itself: what is bright grows brighter, the dark plate round it stays.
+    painter.setCompositionMode(QPainter::CompositionMode_ColorDodge);
+    painter.setOpacity(kHoverLight);
+    paint_(painter, value());
+    painter.setOpacity(1);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
   }
   if (hasFocus()) DrawFocusRing(painter, rect());

@@ -135,9 +135,9 @@ inline constexpr SpriteRect kPassageEndSprite{264, 120, 12, 8};
 /// Overload lamp, 18 x 18.
 constexpr SpriteRect ClipLampSprite(bool is_lit) { return {is_lit ? 219 : 195, 123, 18, 18}; }
 
-inline constexpr SpriteRect kSliderCapSprite{240, 96, 24, 24};
-inline constexpr SpriteRect kSliderCapHoverSprite{264, 96, 24, 24};
-inline constexpr SpriteRect kSliderCapDownSprite{288, 96, 24, 24};
+inline constexpr SpriteRect kSliderCapSprite{243, 96, 18, 24};
+inline constexpr SpriteRect kSliderCapHoverSprite{267, 96, 18, 24};
+inline constexpr SpriteRect kSliderCapDownSprite{291, 96, 18, 24};
 
 // ---- 104: panel. Its lamps stand in the columns x = 0..24 and 144..168.
 

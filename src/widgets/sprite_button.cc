@@ -13,7 +13,6 @@ namespace {
 constexpr int kLeft = 1;
 constexpr int kRight = 2;
 constexpr double kDisabledOpacity = 0.38;
-constexpr QColor kHoverLight(255, 236, 200, 26);
 
 int ButtonNumber(Qt::MouseButton button) {
   if (button == Qt::LeftButton) return kLeft;
@@ -40,6 +39,11 @@ QSize SpriteButton::sizeHint() const {
   return {rect.width, rect.height};
 }
 
+void SpriteButton::set_hover_face(int bitmap, const SpriteRect& face) {
+  hover_bitmap_ = bitmap;
+  hover_face_ = face;
+}
+
 void SpriteButton::set_state(int state) {
   if (state == state_) return;
   state_ = state;
@@ -58,11 +62,10 @@ void SpriteButton::Activate(int mouse_button) {
 void SpriteButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   if (!isEnabled()) painter.setOpacity(kDisabledOpacity);
-  skin_.Draw(painter, bitmap_, sprite_(drawn_state()), {0, 0});
-  if (isEnabled() && underMouse()) {
-    painter.setCompositionMode(QPainter::CompositionMode_Plus);
-    painter.fillRect(rect(), kHoverLight);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+  if (hover_bitmap_ != 0 && isEnabled() && underMouse() && drawn_state() == kButtonUp) {
+    skin_.Draw(painter, hover_bitmap_, hover_face_, {0, 0});
+  } else {
+    skin_.Draw(painter, bitmap_, sprite_(drawn_state()), {0, 0});
   }
   if (hasFocus()) DrawFocusRing(painter, rect());
 }

@@ -26,6 +26,9 @@ class SpriteButton : public QAbstractButton {
   SpriteButton(const Skin& skin, int bitmap, ButtonSprite sprite, bool press_shows_down,
                QWidget* parent);
 
+  /// The face under the mouse pointer while the button is up; without one nothing shows there.
+  void set_hover_face(int bitmap, const SpriteRect& face);
+
   void set_state(int state);
   int state() const { return state_; }
   /// What is drawn now.
@@ -55,6 +58,8 @@ class SpriteButton : public QAbstractButton {
   const int bitmap_;
   const ButtonSprite sprite_;
   const bool press_shows_down_;
+  int hover_bitmap_ = 0;  ///< 0 = no such face
+  SpriteRect hover_face_;
   int state_ = kButtonUp;
   int held_by_ = 0;  ///< mouse button, 0 = none
 };
