@@ -27,8 +27,8 @@ bool HasDenseScreen() {
                      [](const QScreen* screen) { return screen->devicePixelRatio() > 1; });
 }
 
-/// Where a side of a stretched picture is cut: its beginning, both borders and its end. Borders give
-/// way where there is no room for both.
+/// Where a side of a stretched picture is cut: its beginning, both borders and its end. Borders
+/// give way where there is no room for both.
 std::array<double, 4> Cuts(double begin, double length, double border) {
   border = std::min(border, length / 2);
   return {begin, begin + border, begin + length - border, begin + length};
