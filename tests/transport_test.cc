@@ -446,5 +446,32 @@ TEST_F(TransportTest, AfterASeekTheDisplayShowsTheSyllableOfTheNewPlace) {
   EXPECT_THAT(display_.shown, ElementsAre(1, 2));
 }
 
+// ---- Seeking by the keyboard
+
+TEST_F(TransportTest, SeekByMovesTheSongAndTheLyrics) {
+  bass_.song.length = 60 * FakeBass::kBytesPerSecond;
+  bass_.song.track_names = {"Words"};
+  bass_.song.marks[bass::BASS_MIDI_MARK_LYRIC] = {{0, 4 * 176400, "la "}, {0, 30 * 176400, "li"}};
+  transport_.Action_PlaySelected(1);
+  display_.shown.clear();
+  transport_.SeekBy(5);
+  EXPECT_EQ(5 * FakeBass::kBytesPerSecond, bass_.stream(Stream()).position);
+  EXPECT_THAT(display_.shown, ElementsAre(0));
+  transport_.SeekBy(-20);
+  EXPECT_EQ(0u, bass_.stream(Stream()).position);
+  transport_.SeekBy(1000);
+  EXPECT_NEAR(59.9, static_cast<double>(bass_.stream(Stream()).position) / 176400, 0.001);
+}
+
+TEST_F(TransportTest, SeekByDoesNothingWithoutASongOrDuringAConversion) {
+  transport_.SeekBy(5);
+  EXPECT_THAT(bass_.texts(), IsEmpty());
+  transport_.Action_PlaySelected(1);
+  state_.converting = true;
+  bass_.ClearCalls();
+  transport_.SeekBy(5);
+  EXPECT_THAT(bass_.texts(), IsEmpty());
+}
+
 }  // namespace
 }  // namespace vexolo

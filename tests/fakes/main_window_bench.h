@@ -74,13 +74,14 @@ struct MainWindowBench {
   void Make(const std::string& command_line = {}) {
     Quit();
     program = std::make_unique<Program>(ProgramEnvironment{
-        .library = library,
+        .library = real_library ? *real_library : library,
         .boxes = boxes,
         .files = files,
         .program_folder = folder.path(),
         .settings_file = folder / "Vexolo.ini",
         .command_line = command_line,
         .separator = ',',
+        .device = real_library ? 0 : -1,  // the real one in silence
         .post =
             [](std::function<void()> action) {
               QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
@@ -146,6 +147,7 @@ struct MainWindowBench {
   FakeFileDialogs files;
   OtherWindows others;
   FakeLibrary library{bass};
+  std::unique_ptr<AudioLibrary> real_library;  ///< used instead, where there is one
   bool can_open = true;
   std::vector<std::string> opened;  ///< documents
   std::unique_ptr<Program> program;
