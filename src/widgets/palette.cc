@@ -8,13 +8,15 @@
 namespace vexolo {
 namespace {
 
-constexpr QColor kPanel(0x2b, 0x2c, 0x2f);
-constexpr QColor kField(0x1d, 0x1e, 0x20);
-constexpr QColor kButton(0x3a, 0x3b, 0x3f);
-constexpr QColor kText(0xe6, 0xe3, 0xdc);
-constexpr QColor kDimText(0x86, 0x85, 0x82);
-constexpr QColor kAmber(0xff, 0xb0, 0x3a);
-constexpr QColor kBlack(0x10, 0x10, 0x11);
+// The colours of the skin (see resources/skin/palette.svg), a little lighter where text stands.
+constexpr QColor kPanel(0x2b, 0x2e, 0x32);
+constexpr QColor kField(0x1a, 0x1c, 0x1f);
+constexpr QColor kFieldOdd(0x20, 0x22, 0x26);
+constexpr QColor kButton(0x3c, 0x40, 0x46);
+constexpr QColor kText(0xe1, 0xe3, 0xe6);
+constexpr QColor kDimText(0x84, 0x88, 0x8f);
+constexpr QColor kAccent(0x3f, 0xd6, 0xcd);
+constexpr QColor kBlack(0x0e, 0x0f, 0x11);
 
 }  // namespace
 
@@ -23,15 +25,15 @@ void UseDarkPalette(QApplication& application) {
   QPalette palette(kButton, kPanel);
   palette.setColor(QPalette::WindowText, kText);
   palette.setColor(QPalette::Base, kField);
-  palette.setColor(QPalette::AlternateBase, QColor(0x24, 0x25, 0x28));
+  palette.setColor(QPalette::AlternateBase, kFieldOdd);
   palette.setColor(QPalette::Text, kText);
   palette.setColor(QPalette::ButtonText, kText);
   palette.setColor(QPalette::BrightText, Qt::white);
   palette.setColor(QPalette::PlaceholderText, kDimText);
-  palette.setColor(QPalette::Highlight, kAmber);
+  palette.setColor(QPalette::Highlight, kAccent);
   palette.setColor(QPalette::HighlightedText, kBlack);
-  palette.setColor(QPalette::Link, kAmber);
-  palette.setColor(QPalette::LinkVisited, kAmber);
+  palette.setColor(QPalette::Link, kAccent);
+  palette.setColor(QPalette::LinkVisited, kAccent);
   palette.setColor(QPalette::ToolTipBase, kBlack);
   palette.setColor(QPalette::ToolTipText, kText);
   for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
