@@ -212,7 +212,7 @@ void MainDisplay::AfficherMarqueurs() {
   panel_.DrawSM(kPunchButton, markers.on ? kButtonDown : kButtonUp);
   panel_.DrawSM(kPunchInButton, markers.on && markers.start > 0 ? kButtonDown : kButtonUp);
   panel_.DrawSM(kPunchOutButton, markers.on && markers.end > 0 ? kButtonDown : kButtonUp);
-  panel_.slider().ShowPassage(MarksOnSlider(program_.env.api, program_.state.audio));
+  panel_.slider().ShowPassage(MarksOnSlider(program_.api, program_.state.audio));
   Explain(panel_.sm(kPunchInButton), MarkerTip(texts_.start_tips, markers.start));
   Explain(panel_.sm(kPunchOutButton), MarkerTip(texts_.end_tips, markers.end));
 }
