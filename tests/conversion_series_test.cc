@@ -161,7 +161,7 @@ class ConversionSeriesTest : public testing::Test {
   FakeWindowThread window_;
   ConversionSeries series_{{api_, state_, song_start_, settings_, ini_, boxes_, transport_, view_,
                             view_, window_.Poster(), folder_ / "program", ',',
-                            [] { return kDay; }}};
+                            [this] { library_->EndEncoders(); }, [] { return kDay; }}};
 };
 
 // ---- One song
@@ -393,6 +393,44 @@ TEST_F(ConversionSeriesTest, CancelRemovesTheFileAndSaysNothing) {
   EXPECT_TRUE(view_.summaries.empty());
   EXPECT_EQ("", Tag("Titre"));
   EXPECT_EQ(1, view_.runs_ended);
+}
+
+TEST_F(ConversionSeriesTest, CancelEndsAnEncoderThatTakesNoInput) {
+  WriteProgram("oggenc",
+               "#!/bin/sh\nfor last; do if [ \"$last\" != - ]; then out=$last; fi; done\n"
+               "echo x >\"$out\"\nexec sleep 1000\n");
+  SetMarkers(SongPath(1), "0", "0");
+  view_.on_tags = [](ConversionForm& form, bool) {
+    form.boxes.format = AudioFormat::kOgg;
+    Confirm(form, false);
+  };
+  series_.Action_Record();
+  ASSERT_TRUE(WaitFor([this] { return HasFile("À la claire fontaine.ogg"); }));
+  std::this_thread::sleep_for(milliseconds(300));  // its pipe is full
+  const double stuck = series_.Progress().job.share;
+  EXPECT_LT(stuck, 0.5);
+  series_.Cancel();
+  ASSERT_TRUE(window_.RunUntil([this] { return !series_.is_under_way(); }, milliseconds(5000)));
+  EXPECT_FALSE(HasFile("À la claire fontaine.ogg"));
+  EXPECT_TRUE(boxes_.shown.empty());
+}
+
+TEST_F(ConversionSeriesTest, CancelEndsAnEncoderThatDoesNotComeToItsEnd) {
+  WriteProgram("oggenc",
+               "#!/bin/sh\nfor last; do if [ \"$last\" != - ]; then out=$last; fi; done\n"
+               "cat >\"$out\"\nexec sleep 1000\n");
+  view_.on_tags = [](ConversionForm& form, bool) {
+    form.boxes.format = AudioFormat::kOgg;
+    Confirm(form, false);
+  };
+  series_.Action_Record();
+  ASSERT_TRUE(WaitFor([this] { return series_.Progress().job.share == 1; }));
+  std::this_thread::sleep_for(milliseconds(300));
+  EXPECT_TRUE(series_.is_under_way());
+  series_.Cancel();
+  ASSERT_TRUE(window_.RunUntil([this] { return !series_.is_under_way(); }, milliseconds(5000)));
+  EXPECT_FALSE(HasFile("À la claire fontaine.ogg"));
+  EXPECT_TRUE(boxes_.shown.empty());
 }
 
 TEST_F(ConversionSeriesTest, ASecondRecordDuringARunDoesNothing) {

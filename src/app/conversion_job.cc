@@ -220,6 +220,11 @@ void ConversionJob::Finish() {
   if (thread_.joinable()) thread_.join();
 }
 
+void ConversionJob::Cancel() {
+  cancelled_ = true;
+  if (is_under_way() && parts_.end_encoders) parts_.end_encoders();
+}
+
 void ConversionJob::Discard() {
   if (!is_under_way() && worker_ != nullptr) worker_->Close();
 }

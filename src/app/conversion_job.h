@@ -73,6 +73,8 @@ class ConversionJob {
     PostToWindow post;  ///< what it gets too late to run is dropped
     std::string settings_file;
     char separator = '.';  ///< of decimals
+    /// Ends an encoder that may not take its input any more; may be empty.
+    std::function<void()> end_encoders{};
     /// Seconds that have passed since some moment, on any thread; empty: the system's.
     std::function<double()> clock{};
   };
@@ -101,8 +103,9 @@ class ConversionJob {
   /// The question comes before that. Not while something is under way.
   void Run(const JobSong& song, const RunRequest& request, Events events);
 
-  /// Ends the run soon; its file is removed. Does nothing where none is under way.
-  void Cancel() { cancelled_ = true; }
+  /// Ends the run soon; its file is removed, unless it is complete already. Does nothing where none
+  /// is under way.
+  void Cancel();
 
   /// Closes the song that Open has opened, where no run has taken it.
   void Discard();

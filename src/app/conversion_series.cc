@@ -46,7 +46,8 @@ std::chrono::year_month_day Today() {
 
 ConversionSeries::ConversionSeries(Parts parts)
     : parts_(std::move(parts)),
-      job_({parts_.api, parts_.post, parts_.ini.default_file(), parts_.separator, {}}) {}
+      job_({parts_.api, parts_.post, parts_.ini.default_file(), parts_.separator,
+            parts_.end_encoders}) {}
 
 ConversionSeries::~ConversionSeries() { ShutDown(); }
 

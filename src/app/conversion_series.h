@@ -61,6 +61,8 @@ class ConversionSeries {
     PostToWindow post;
     std::string program_folder;
     char separator = '.';  ///< of decimals
+    /// Ends encoders at once, when the user cancels; may be empty.
+    std::function<void()> end_encoders{};
     std::function<std::chrono::year_month_day()> today = Today;
   };
 

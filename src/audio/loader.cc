@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <utility>
 
 #include "engine/command_line.h"
@@ -120,25 +122,46 @@ constexpr const char* kEncoderLocale = "LC_ALL=C.UTF-8";
 /// A process of the platform, as the engine's encoders see it.
 class EncoderProcess final : public engine::ChildProcess {
  public:
-  explicit EncoderProcess(std::unique_ptr<Process> process) : process_(std::move(process)) {}
+  explicit EncoderProcess(std::shared_ptr<Process> process) : process_(std::move(process)) {}
   bool Write(std::span<const std::uint8_t> bytes) override { return process_->Write(bytes); }
   bool Running() override { return process_->Running(); }
   void CloseInput() override { process_->CloseInput(); }
   int Wait() override { return process_->Wait(); }
 
  private:
-  std::unique_ptr<Process> process_;
+  std::shared_ptr<Process> process_;
+};
+
+/// The encoders that were started and are not over. Any thread.
+class RunningEncoders {
+ public:
+  std::unique_ptr<engine::ChildProcess> Start(const std::vector<std::string>& arguments) {
+    std::shared_ptr<Process> process = Process::Start(arguments, {}, {kEncoderLocale});
+    if (process == nullptr) return nullptr;
+    const std::lock_guard lock(mutex_);
+    std::erase_if(processes_, [](const auto& known) { return known.expired(); });
+    processes_.push_back(process);
+    return std::make_unique<EncoderProcess>(std::move(process));
+  }
+
+  void EndAll() {
+    const std::lock_guard lock(mutex_);
+    for (const std::weak_ptr<Process>& known : processes_) {
+      if (const std::shared_ptr<Process> process = known.lock()) process->Kill();
+    }
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::weak_ptr<Process>> processes_;
 };
 
 class OpenEngineLibrary final : public AudioLibrary {
  public:
   OpenEngineLibrary() {
-    engine::SetProcessStarter(
-        [](const std::vector<std::string>& arguments) -> std::unique_ptr<engine::ChildProcess> {
-          std::unique_ptr<Process> process = Process::Start(arguments, {}, {kEncoderLocale});
-          if (process == nullptr) return nullptr;
-          return std::make_unique<EncoderProcess>(std::move(process));
-        });
+    engine::SetProcessStarter([encoders = encoders_](const std::vector<std::string>& arguments) {
+      return encoders->Start(arguments);
+    });
   }
   const bass::Api& api() const override { return engine::EngineApi(); }
   bool is_open_engine() const override { return true; }
@@ -146,6 +169,11 @@ class OpenEngineLibrary final : public AudioLibrary {
   std::string OutputName() const override { return engine::OutputName(); }
   std::vector<std::string> Components() const override { return engine::Components(); }
   std::uint64_t LateBlocks() const override { return engine::LateBlocks(); }
+  void EndEncoders() override { encoders_->EndAll(); }
+
+ private:
+  /// Shared with what the engine starts them by, which outlives this.
+  const std::shared_ptr<RunningEncoders> encoders_ = std::make_shared<RunningEncoders>();
 };
 
 void AddMarks(const engine::Song& song, const std::vector<std::uint32_t>& indexes, bool are_lyrics,

@@ -32,6 +32,11 @@ class AudioLibrary {
   /// Output blocks that came too late, as far as the library counts them.
   virtual std::uint64_t LateBlocks() const = 0;
 
+  /// Ends the external encoders that run, without asking them; their files stay incomplete. For a
+  /// run that is given up, whose encoder may not take its input any more. The closed library does
+  /// not say which they are: there nothing is ended. Any thread.
+  virtual void EndEncoders() {}
+
   /// The closed libraries are used when all three stand in `program_folder` (UTF-8, no separator at
   /// its end) and have every function of the table. In every other case the open engine serves;
   /// `problem`, where given, then says what kept complete closed libraries from being used.

@@ -148,12 +148,20 @@ class Run {
       const bass::DWORD got = api_.BASS_ChannelGetData(stream_, block.data(), kBlockBytes);
       if (got == bass::kError32) break;
       done += got;
-      if (progress_ && !progress_(expected > 0 ? std::min(done / expected, 1.0) : 0)) {
-        cancelled_ = true;
-        break;
-      }
+      share_ = expected > 0 ? std::min(done / expected, 1.0) : 0;
+      if (IsCancelled()) break;
+    }
+    // The last block of a song that is cut out may end a little before what was expected.
+    if (!cancelled_ && encoder_lives_ && share_ < 1) {
+      share_ = 1;
+      IsCancelled();
     }
     result_.seconds = done / kBytesPerSecond;
+  }
+
+  bool IsCancelled() {
+    if (progress_ && !progress_(share_)) cancelled_ = true;
+    return cancelled_;
   }
 
   void StopEncoder() {
@@ -162,7 +170,8 @@ class Run {
     if (!is_complete && song_.EndHasRun()) {
       is_complete = api_.BASS_ErrorGetCode() == bass::BASS_ERROR_HANDLE;
     }
-    if (cancelled_) {
+    // Whoever cancels may end the encoder as well.
+    if (cancelled_ || ((!is_complete || !encoder_lives_) && IsCancelled())) {
       result_.status = RunStatus::kCancelled;
     } else if (!is_complete || !encoder_lives_) {
       FailAudio(RunStatus::kEncoderFailed, kEncodingProblem);
@@ -197,6 +206,7 @@ class Run {
   std::optional<FileStamp> before_;  ///< of the audio file, where there was one
   bass::HSTREAM stream_ = 0;
   bass::HENCODE encoder_ = 0;
+  double share_ = 0;
   bool encoder_lives_ = true;
   bool cancelled_ = false;
 };

@@ -76,8 +76,8 @@ struct RunResult {
   std::optional<CommandField> field;
 };
 
-/// Hears after each block which share (0..1) is done. False cancels the run. The place for the user
-/// interface to process its events.
+/// Hears after each block which share (0..1) is done, and once more where the encoder has failed:
+/// whoever cancels may have ended it. False cancels the run. Calls nothing of the library.
 using RunProgress = std::function<bool(double share)>;
 
 /// The whole run, on the calling thread. Failures have been shown in `boxes`, but for a refused
