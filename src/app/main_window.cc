@@ -411,6 +411,15 @@ void frmMidiTest::EnableTimerEncodage(bool enabled) {
   }
 }
 
+void frmMidiTest::EnableForConversion() {
+  const bool is_free = !program_.state.converting;
+  display_.EnableControls();
+  for (const Companion companion : {Companion::kReglage, Companion::kReverb}) {
+    if (QWidget* window = plugged(companion).window.get()) window->setEnabled(is_free);
+  }
+  if (options_.enable) options_.enable(is_free);
+}
+
 void frmMidiTest::Action_Setup() {
   if (options_.open) options_.open();
 }

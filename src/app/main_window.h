@@ -72,6 +72,8 @@ class frmMidiTest : public QWidget, private StartUpWindows, private CompanionVie
   void AutoMuteSwitched();
   /// `TimerEncodage`; off at first.
   void EnableTimerEncodage(bool enabled);
+  /// While a song is converted, what would disturb that cannot be used.
+  void EnableForConversion();
 
   /// For other windows; valid from their making on.
   WindowContext context();

@@ -6,6 +6,7 @@
 #include "about/about_dialog.h"
 #include "about/system_info.h"
 #include "about/system_info_dialog.h"
+#include "app/conversion_window.h"
 #include "app/main_window.h"
 #include "convert/encoder_command.h"
 #include "mixer/options_dialog.h"
@@ -39,6 +40,7 @@ PluggedOptions MakeOptions(frmMidiTest& main) {
   plugged.show_bank_loading = [&options](bool loading, const std::string& notice) {
     options.SetBankLoading(loading, notice);
   };
+  plugged.enable = [&options](bool enabled) { options.setEnabled(enabled); };
   return plugged;
 }
 
@@ -121,6 +123,12 @@ PluggedCompanion MakeReverb(frmMidiTest& main) {
   return plugged;
 }
 
+PluggedConversion MakeConversion(frmMidiTest& main) {
+  const auto windows = std::make_shared<ConversionWindows>(main);
+  return {[windows] { windows->Action_Record(); }, [windows] { windows->TimerEncodage_Timer(); },
+          [windows] { windows->LoadLanguage(); }, [windows] { windows->Unload(); }};
+}
+
 }  // namespace
 
 OtherWindows ProgramWindows() {
@@ -129,6 +137,7 @@ OtherWindows ProgramWindows() {
   windows.companions[static_cast<std::size_t>(Companion::kReverb)] = MakeReverb;
   windows.options = MakeOptions;
   windows.about = MakeAbout;
+  windows.conversion = MakeConversion;
   return windows;
 }
 

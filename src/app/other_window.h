@@ -33,6 +33,7 @@ struct PluggedOptions {
   std::function<void()> load_language;
   std::function<void(const std::string& text)> show_bank_info;
   std::function<void(bool loading, const std::string& notice)> show_bank_loading;
+  std::function<void(bool enabled)> enable;  ///< disabled while a song is converted
 };
 
 /// The about box, which lives as long as this.
