@@ -47,7 +47,7 @@ struct LedDisplay {
   constexpr Place Text() const { return {x, y, characters * kGlyphWidth, kGlyphHeight}; }
 };
 
-inline constexpr LedDisplay kTitle{161, 26, 30};
+inline constexpr LedDisplay kTitle{161, 26, 29};
 inline constexpr LedDisplay kTime{595, 26, 19};
 /// All cells of the glass.
 inline constexpr LedDisplay kAllCells{161, 26, 50};
