@@ -20,12 +20,15 @@ using testing::IsEmpty;
 class View : public CompanionView {
  public:
   bool IsShown(Companion companion) const override { return shown[Place(companion)]; }
-  void SetShown(Companion companion, bool is_shown) override { shown[Place(companion)] = is_shown; }
+  void SetShown(Companion companion, bool is_shown) override {
+    shown[Place(companion)] = is_shown && !cannot_be_shown;
+  }
   void DrawFace(Companion companion, bool pressed) override {
     faces.push_back(std::to_string(InfoOf(companion).button) + (pressed ? " down" : " up"));
   }
   static std::size_t Place(Companion companion) { return static_cast<std::size_t>(companion); }
   std::array<bool, 4> shown{};
+  bool cannot_be_shown = false;
   std::vector<std::string> faces;
 };
 
@@ -50,6 +53,15 @@ TEST_F(CompanionsTest, EachToggleShowsAndHidesItsWindowKeepsThatAndDrawsItsButto
     const std::string button = std::to_string(info.button);
     EXPECT_THAT(view_.faces, ElementsAre(button + " down", button + " up"));
   }
+}
+
+TEST_F(CompanionsTest, AWindowThatCannotBeShownCountsAsClosed) {
+  view_.cannot_be_shown = true;
+  toggles_.Toggle(Companion::kLyrics);
+  EXPECT_EQ("0", ini_.ReadIni("Lyrics", "Show"));
+  ini_.WriteIni("Lyrics", "Show", "1");
+  toggles_.ShowAgain(Companion::kLyrics);
+  EXPECT_THAT(view_.faces, ElementsAre("37 up", "37 up"));
 }
 
 TEST_F(CompanionsTest, TheSectionsAreThoseOfTheSettings) {

@@ -3,8 +3,9 @@
 namespace vexolo {
 
 void CompanionToggles::Toggle(Companion companion) {
-  const bool shown = !view_.IsShown(companion);
-  view_.SetShown(companion, shown);
+  view_.SetShown(companion, !view_.IsShown(companion));
+  // A window that cannot be shown has said why, and stays away.
+  const bool shown = view_.IsShown(companion);
   Store(companion, shown);
   view_.DrawFace(companion, shown);
 }
@@ -12,7 +13,7 @@ void CompanionToggles::Toggle(Companion companion) {
 void CompanionToggles::ShowAgain(Companion companion) {
   if (ini_.ReadIni(InfoOf(companion).show_section, "Show") != "1") return;
   view_.SetShown(companion, true);
-  view_.DrawFace(companion, true);
+  view_.DrawFace(companion, view_.IsShown(companion));
 }
 
 void CompanionToggles::ClosedByUser(Companion companion) {

@@ -498,7 +498,7 @@ void frmMidiTest::SetShown(Companion companion, bool shown) {
 
 void frmMidiTest::LyricsShow(bool show) {
   SetShown(Companion::kLyrics, show);
-  DrawFace(Companion::kLyrics, show);
+  DrawFace(Companion::kLyrics, IsShown(Companion::kLyrics));
 }
 
 void frmMidiTest::BougeFilles() {

@@ -1,7 +1,9 @@
 #include "app/other_window.h"
 
 #include <QProcess>
+#include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "about/about_dialog.h"
 #include "about/system_info.h"
@@ -9,6 +11,7 @@
 #include "app/conversion_window.h"
 #include "app/main_window.h"
 #include "convert/encoder_command.h"
+#include "lyrics/lyric_window.h"
 #include "mixer/options_dialog.h"
 #include "mixer/reglage_window.h"
 #include "mixer/reverb_window.h"
@@ -41,6 +44,20 @@ PluggedOptions MakeOptions(frmMidiTest& main) {
     options.SetBankLoading(loading, notice);
   };
   plugged.enable = [&options](bool enabled) { options.setEnabled(enabled); };
+  return plugged;
+}
+
+PluggedCompanion MakeLyrics(frmMidiTest& main) {
+  Program& program = main.program();
+  LyricWindowParts parts{
+      .api = program.api,
+      .audio = program.state.audio,
+      .model = program.state.lyrics,
+      .store_code_page = [&program](std::int16_t page) { program.settings.SaveCodePage(page); }};
+  auto window = std::make_unique<OGLWin>(main.context(), &main, std::move(parts));
+  PluggedCompanion plugged;
+  plugged.lyrics = &window->scene();
+  plugged.window = std::move(window);
   return plugged;
 }
 
@@ -135,6 +152,7 @@ OtherWindows ProgramWindows() {
   OtherWindows windows;
   windows.companions[static_cast<std::size_t>(Companion::kReglage)] = MakeReglage;
   windows.companions[static_cast<std::size_t>(Companion::kReverb)] = MakeReverb;
+  windows.companions[static_cast<std::size_t>(Companion::kLyrics)] = MakeLyrics;
   windows.options = MakeOptions;
   windows.about = MakeAbout;
   windows.conversion = MakeConversion;

@@ -30,7 +30,7 @@ class CompanionWindow : public QWidget {
   void RestorePlace(QPoint beside);
 
   /// Moves with the main window, whose top left corner has moved by `by`.
-  void Follow(QPoint by);
+  virtual void Follow(QPoint by);
 
   /// Called after the user has closed the window: the place to draw its button released.
   void set_closed_by_user(std::function<void()> closed) { closed_by_user_ = std::move(closed); }
