@@ -140,9 +140,9 @@ TEST_F(SystemInfoRowsTest, WhatIsMissingIsSaid) {
   ASSERT_EQ(rows.size(), 11u);
   EXPECT_EQ(rows[0].value, "inconnu");
   EXPECT_EQ(rows[3].value, "inconnu");
-  EXPECT_EQ(rows[4].value, "absent");
+  EXPECT_EQ(rows[4].value, "non disponible");
   EXPECT_EQ(rows[7].value, "0.0.0.0");
-  EXPECT_EQ(rows[10].value, "absent");
+  EXPECT_EQ(rows[10].value, "non disponible");
   info.is_silent = false;
   EXPECT_EQ(Rows(info)[4].value, "inconnu") << "a device that has no name";
 }

@@ -124,7 +124,11 @@ void About::LoadLanguage() {
 }
 
 void About::Open() {
-  if (!isVisible()) chkOK->setChecked(IsAboutShownAtOpen(context_.ini));
+  if (!isVisible()) {
+    chkOK->setChecked(IsAboutShownAtOpen(context_.ini));
+    // Above a window that others have to wait for, this one would have to wait too.
+    setModal(QApplication::activeModalWidget() != nullptr);
+  }
   show();
   raise();
   activateWindow();

@@ -1,5 +1,6 @@
 #include "about/system_info_dialog.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QFormLayout>
 #include <QGuiApplication>
@@ -89,6 +90,8 @@ void SystemInfoDialog::LoadLanguage() {
 void SystemInfoDialog::Open(const SystemInfo& info) {
   info_ = info;
   ShowFacts();
+  // Above a window that others have to wait for, this one would have to wait too.
+  if (!isVisible()) setModal(QApplication::activeModalWidget() != nullptr);
   show();
   raise();
   activateWindow();

@@ -1,6 +1,5 @@
 #include "app/other_window.h"
 
-#include <QProcess>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -10,21 +9,29 @@
 #include "about/system_info_dialog.h"
 #include "app/conversion_window.h"
 #include "app/main_window.h"
-#include "convert/encoder_command.h"
+#include "app/program_facts.h"
 #include "lyrics/lyric_window.h"
 #include "mixer/options_dialog.h"
 #include "mixer/reglage_window.h"
 #include "mixer/reverb_window.h"
-#include "platform/registry.h"
-#include "platform/system_facts.h"
 
 namespace vexolo {
 namespace {
 
+OptionsSubjects SubjectsOf(Program& program) {
+  return {program.env.program_folder, program.state.language_file, program.state.mix,
+          program.state.audio, program.api};
+}
+
+/// Where sound goes, as far as the library tells.
+std::string SoundOutput(frmMidiTest& main) {
+  const AudioLibrary& library = main.program().env.library;
+  if (library.OutputIsSilent()) return main.context().Section("SysInfo").Text("None");
+  return library.OutputName();
+}
+
 PluggedOptions MakeOptions(frmMidiTest& main) {
-  Program& program = main.program();
-  const OptionsSubjects subjects = {program.env.program_folder, program.state.language_file,
-                                    program.state.mix, program.state.audio, program.api};
+  const OptionsSubjects subjects = SubjectsOf(main.program());
   const OptionsActions actions = {
       [&main] { main.LoadLanguage(); }, [&main] { main.AutoMuteSwitched(); },
       [&main] { main.Action_ChangeSF(); }, [&main] { main.Action_About(); }};
@@ -32,11 +39,14 @@ PluggedOptions MakeOptions(frmMidiTest& main) {
   OptionsDlg& options = *dialog;
   PluggedOptions plugged;
   plugged.dialog = std::move(dialog);
-  plugged.open = [&options, &program] {
-    options.SetSoundOutput(program.env.library.OutputName());
+  plugged.open = [&options, &main] {
+    options.SetSoundOutput(SoundOutput(main));
     options.Open();
   };
-  plugged.run_first_start = [&options] { options.RunFirstStart(); };
+  // There is nothing yet but the settings: no window to rename, no output to load a bank for.
+  plugged.run_first_start = [&main] {
+    OptionsDlg(main.context(), SubjectsOf(main.program()), {}).RunFirstStart();
+  };
   plugged.run_bank_choice = [&options] { options.RunBankChoice(); };
   plugged.load_language = [&options] { options.LoadLanguage(); };
   plugged.show_bank_info = [&options](const std::string& text) { options.SetBankInfo(text); };
@@ -78,33 +88,15 @@ class AboutWindows {
 
  private:
   void ShowSystem() {
-    const auto start = [](const std::string& path) { return QProcess::startDetached(Q(path), {}); };
-    if (registry_) {
-      StartSysInfo(*registry_, start, program_.env.boxes);
-    } else {
-      system_info_.Open(Facts());
-    }
-  }
-
-  SystemInfo Facts() const {
-    const AudioLibrary& library = program_.env.library;
-    const std::string& folder = program_.env.program_folder;
-    SystemInfo info;
-    info.machine = GatherSystemFacts();
-    info.sound_device = library.OutputName();
-    info.is_silent = library.OutputIsSilent();
-    info.open_gl = DescribeOpenGl();
+    const ProgramEnvironment& env = program_.env;
+    if (env.registry != nullptr) return StartSysInfo(*env.registry, env.start_program, env.boxes);
+    SystemInfo info = GatherFacts(program_);
     info.toolkit = ToolkitVersion();
-    info.library_version = library.api().BASS_GetVersion();
-    info.components = library.Components();
-    info.bank = program_.state.audio.font_path;
-    info.lame = EncoderProgram(AudioFormat::kMp3, folder);
-    info.ogg_enc = EncoderProgram(AudioFormat::kOgg, folder);
-    return info;
+    info.open_gl = DescribeOpenGl();
+    system_info_.Open(info);
   }
 
   Program& program_;
-  const std::unique_ptr<Registry> registry_ = SystemRegistry();
   About about_;
   SystemInfoDialog system_info_;
 };

@@ -20,6 +20,8 @@
 #include "mixer/song_settings.h"
 #include "platform/file_dialogs.h"
 #include "platform/message_box.h"
+#include "platform/process.h"
+#include "platform/registry.h"
 #include "settings/mod_ini.h"
 
 namespace vexolo {
@@ -35,6 +37,10 @@ struct ProgramEnvironment {
   char separator = '.';        ///< of decimals
   int device = -1;             ///< of the output: -1 = the system's, 0 = none
   PostToWindow post;
+  /// The system's registry; null where it has none.
+  Registry* registry = nullptr;
+  /// Starts another program. False where that fails.
+  std::function<bool(const std::string& path)> start_program = StartProgram;
   /// Opens a document (help page, folder) with the user's own program. False where that fails.
   std::function<bool(const std::string& path)> open_document = [](const std::string&) {
     return false;

@@ -109,6 +109,7 @@ void StartUp::LoadBankAtStart() {
 
 // A file that is there but is no bank helps as little as a missing one.
 void StartUp::BankIsThere(bool loaded) {
+  if (loaded) parts_.state.folders.banks = FolderOf(parts_.state.audio.font_path);
   if (!loaded && parts_.state.audio.font == 0) parts_.windows.ChooseBank();
 }
 

@@ -12,6 +12,7 @@
 #include "audio/loader.h"
 #include "platform/locale_format.h"
 #include "platform/program_folder.h"
+#include "platform/registry.h"
 #include "platform/settings_folder.h"
 #include "widgets/file_boxes.h"
 #include "widgets/message_boxes.h"
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
   UseDarkPalette(application);
   const std::string program_folder = ProgramFolder();
   const auto library = AudioLibrary::Load(program_folder);
+  const auto registry = SystemRegistry();
   QtMessageBoxes boxes;
   QtFileDialogs files;
   Program program({.library = *library,
@@ -57,6 +59,7 @@ int main(int argc, char** argv) {
                    .command_line = SongsFromArguments(application),
                    .separator = DecimalSeparator(),
                    .post = Post,
+                   .registry = registry.get(),
                    .open_document = OpenDocument});
   frmMidiTest window(program, ProgramWindows());
   const bool runs = window.Start();

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QTest>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "app/program.h"
 #include "fakes/fake_bass.h"
 #include "fakes/fake_file_dialogs.h"
+#include "fakes/fake_library.h"
 #include "fakes/fake_message_boxes.h"
 #include "fakes/temporary_folder.h"
 
@@ -26,22 +28,6 @@ class FakeCompanion : public CompanionWindow {
   }
   void LoadLanguage() override { ++captions_loaded; }
   int captions_loaded = 0;
-};
-
-class FakeLibrary : public AudioLibrary {
- public:
-  explicit FakeLibrary(FakeBass& bass) : bass_(bass) {}
-  const bass::Api& api() const override { return bass_.api(); }
-  bool is_open_engine() const override { return true; }
-  bool OutputIsSilent() const override { return is_silent; }
-  std::string OutputName() const override { return "Fake device"; }
-  std::vector<std::string> Components() const override { return {}; }
-  std::uint64_t LateBlocks() const override { return 0; }
-
-  bool is_silent = false;
-
- private:
-  FakeBass& bass_;
 };
 
 struct MainWindowBench {
@@ -86,6 +72,8 @@ struct MainWindowBench {
             [](std::function<void()> action) {
               QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
             },
+        .registry = registry,
+        .start_program = [this](const std::string& path) { return start_program(path); },
         .open_document =
             [this](const std::string& path) {
               opened.push_back(path);
@@ -148,6 +136,8 @@ struct MainWindowBench {
   OtherWindows others;
   FakeLibrary library{bass};
   std::unique_ptr<AudioLibrary> real_library;  ///< used instead, where there is one
+  Registry* registry = nullptr;
+  std::function<bool(const std::string&)> start_program = [](const std::string&) { return false; };
   bool can_open = true;
   std::vector<std::string> opened;  ///< documents
   std::unique_ptr<Program> program;
