@@ -546,6 +546,18 @@ TEST_F(ConversionSeriesTest, FilesThatAreThereAreKeptOrReplacedAsTheUserAnswers)
       view_.summaries[1]);
 }
 
+TEST_F(ConversionSeriesTest, ARefusedFirstSongIsNotAskedAboutAgain) {
+  ConfirmAll();
+  Record();
+  state_.playlist.PlayListSelect(0);
+  state_.playlist.set_current(0);  // as after the start of the program
+  view_.titles.clear();
+  Record();  // every answer is No
+  EXPECT_EQ(3u, view_.titles.size());
+  EXPECT_EQ(3u, boxes_.asked.size());
+  EXPECT_THAT(view_.summaries.at(1), StartsWith("Done: 0\n\nSkipped: 3\n"));
+}
+
 TEST_F(ConversionSeriesTest, CancelEndsTheWholeList) {
   SetMarkers(SongPath(2), "0", "0");
   ConfirmAll();

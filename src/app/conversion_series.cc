@@ -114,7 +114,16 @@ void ConversionSeries::Ask(const SongIdentity& identity) {
     return;
   }
   is_series_ = is_series_ || form.convert_all();
+  MarkSong();
   StartRun();
+}
+
+// The list goes on from the song of the dialog, whatever the player has done meanwhile and whether
+// the song gets to its run or not. A song alone is marked when it has become the one that is open.
+void ConversionSeries::MarkSong() {
+  PlayListModel& playlist = parts_.state.playlist;
+  const bool goes_on = is_series_ || parts_.state.converting;
+  if (goes_on && playlist.Path(place_) == song_) playlist.PlayListSelect(place_);
 }
 
 void ConversionSeries::StartRun() {
@@ -139,8 +148,7 @@ void ConversionSeries::ReplaceWhatPlays() {
   state.lyrics.ResetForSong();
   state.lyrics.InitLyrics(0, false);
   ResetForSong(state.mix);
-  // The player may have gone on to another song while the user was asked.
-  if (state.playlist.Path(place_) == song_) state.playlist.PlayListSelect(place_);
+  MarkSong();
   parts_.transport_view.ShowTitle(song_);
   is_shown_ = true;
   parts_.view.ShowRun();

@@ -103,6 +103,7 @@ class ConversionSeries {
   void Prepare();
   void Opened(const OpenedSong& song);
   void Ask(const SongIdentity& identity);
+  void MarkSong();
   void StartRun();
   void ReplaceWhatPlays();
   void ShowOpened(const OpenedSong& song);

@@ -5,6 +5,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -189,7 +190,7 @@ class Session {
 /// The windows as they stand on the screen.
 void SaveScreen(const std::string& path, const QWidget& main, const QWidget& over) {
   const QRect area = main.frameGeometry().united(over.frameGeometry()).adjusted(-12, -12, 12, 12);
-  QTest::qWait(150);
+  QTest::qWait(50);
   main.screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height()).save(Q(path));
 }
 
@@ -202,7 +203,8 @@ bool TakePictures(ConversionBench& bench, Session& session, const std::string& f
   QDialog* run = session.RunDialog();
   const QPoint middle = bench.window->geometry().center();
   run->move(middle.x() - run->width() / 2, bench.window->geometry().bottom() - run->height() / 2);
-  QTest::qWait(1200);
+  auto* bar = run->findChild<QProgressBar*>("Bar");
+  if (!QTest::qWaitFor([&] { return bar->value() > bar->maximum() / 3; }, 600 * 1000)) return false;
   SaveScreen(folder + "/conversion-run-" + language + ".png", *bench.window, *run);
   if (!session.WaitForEnd(true)) return false;
   QTest::qWait(100);
