@@ -3,11 +3,13 @@
 
 #include <chrono>
 #include <filesystem>
+#include <new>
 
 #include <gtest/gtest.h>
 
 #include "fakes/fake_message_boxes.h"
 #include "fakes/temporary_folder.h"
+#include "support/write_watch.h"
 
 namespace vexolo {
 namespace {
@@ -173,6 +175,65 @@ TEST_F(ModIniTest, AThousandKeysAreReadQuickly) {
               "text " + std::to_string(i));
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+}
+
+TEST_F(ModIniTest, AGroupIsOneWriteAndIsReadAtOnce) {
+  folder_.Write("Vexolo.ini", "[A]\r\nx=0\r\n");
+  WriteWatch watch(folder_.path());
+  {
+    const IniGroup group(ini_);
+    ini_.WriteIni("A", "x", "1");
+    {
+      const IniGroup inner(ini_);
+      ini_.WriteIni("A", "y", "2");
+    }
+    ini_.WriteIni("B", "z", "3", folder_ / "song.zvn");
+    EXPECT_EQ(ini_.ReadIni("A", "x"), "1");
+    EXPECT_EQ(ini_.ReadIni("B", "z", folder_ / "song.zvn"), "3");
+    EXPECT_EQ(folder_.Read("Vexolo.ini"), "[A]\r\nx=0\r\n");
+  }
+  EXPECT_EQ(watch.Count("Vexolo.ini"), 1);
+  EXPECT_EQ(watch.Count("song.zvn"), 1);
+  EXPECT_EQ(folder_.Read("Vexolo.ini"), "[A]\r\nx=1\r\ny=2\r\n");
+  EXPECT_EQ(folder_.Read("song.zvn"), "[B]\r\nz=3\r\n");
+}
+
+TEST_F(ModIniTest, AGroupInWhichNothingChangesWritesNothing) {
+  folder_.Write("Vexolo.ini", "[A]\r\nx=1\r\n");
+  WriteWatch watch(folder_.path());
+  {
+    const IniGroup group(ini_);
+    ini_.WriteIni("A", "x", "1");
+  }
+  EXPECT_EQ(watch.Count("Vexolo.ini"), 0);
+}
+
+TEST_F(ModIniTest, AGroupThatAnExceptionEndsChangesNothing) {
+  folder_.Write("Vexolo.ini", "[A]\r\nx=1\r\n");
+  try {
+    const IniGroup group(ini_);
+    ini_.WriteIni("A", "x", "2");
+    throw std::bad_alloc();
+  } catch (const std::bad_alloc&) {
+  }
+  EXPECT_EQ(folder_.Read("Vexolo.ini"), "[A]\r\nx=1\r\n");
+  EXPECT_EQ(ini_.ReadIni("A", "x"), "1");
+}
+
+TEST_F(ModIniTest, AFileThatCanNoLongerBeReadKeepsWhatWasReadAndIsNotReplaced) {
+  const std::string path = folder_.Write("Vexolo.ini", "[A]\r\nx=1\r\ny=2\r\n");
+  EXPECT_EQ(ini_.ReadIni("A", "x"), "1");
+  fs::rename(path, folder_ / "elsewhere");
+  fs::create_directory(path);  // opens, and cannot be read
+  EXPECT_EQ(ini_.ReadIni("A", "x"), "1");
+  fs::remove(path);
+  fs::create_symlink("Vexolo.ini", path);  // nobody can tell what stands behind it
+  ini_.WriteIni("A", "x", "3");
+  EXPECT_TRUE(fs::is_symlink(path));
+  fs::remove(path);
+  fs::rename(folder_ / "elsewhere", path);
+  ini_.WriteIni("A", "x", "3");
+  EXPECT_EQ(folder_.Read("Vexolo.ini"), "[A]\r\nx=3\r\ny=2\r\n");
 }
 
 }  // namespace

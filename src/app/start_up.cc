@@ -136,7 +136,10 @@ void StartUp::ShutDown() {
   parts_.bank_loader.GiveUp();
   parts_.binding.Shutdown();
   parts_.state.quitting = true;
-  for (const CompanionInfo& info : kCompanions) windows.UnloadCompanion(info.companion);
+  {
+    const IniGroup group(parts_.ini);
+    for (const CompanionInfo& info : kCompanions) windows.UnloadCompanion(info.companion);
+  }
   windows.UnloadDialogs();
   windows.UnhookWindows();
   windows.ReleaseSkin();

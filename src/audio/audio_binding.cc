@@ -101,6 +101,7 @@ bass::HSOUNDFONT AudioBinding::LoadBank(const std::string& path) const {
 bool AudioBinding::AdoptBank(bass::HSOUNDFONT font, const std::string& path, KeepBank keep) {
   if (font == 0) return false;
   if (keep == KeepBank::kInSettings) {
+    const IniGroup group(ini_);
     ini_.WriteIni("SF2", "Path", FolderOf(path));
     ini_.WriteIni("SF2", "Base", path);
   }

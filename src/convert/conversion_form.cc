@@ -64,6 +64,7 @@ OutputBase BaseOf(const ConversionSettings& settings, const std::string& song_pa
 }  // namespace
 
 void ForgetBorrowedTags(ModIni& ini, const BorrowedTags& borrowed) {
+  const IniGroup group(ini);
   for (const PrefilledTag& tag : kPrefilledTags) {
     const std::optional<std::string>& value = borrowed.*tag.borrowed;
     if (value && ini.ReadIni(kTagsSection, tag.key) == *value) {

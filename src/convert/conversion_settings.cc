@@ -64,6 +64,7 @@ ConversionSettings LoadConversionSettings(ModIni& ini) {
 void MemoParam(ModIni& ini, ConversionSettings& settings, PathStyle style) {
   settings.folder = ValidatedFolder(settings.folder, style);
   settings.max_line_length = CleanedLineLength(std::to_string(settings.max_line_length));
+  const IniGroup group(ini);
   ini.WriteIni("Wave", "SaveFolder", settings.folder);
   ini.WriteIni("Wave", "SaveScheme", settings.scheme);
   ini.WriteIni("Wave", "Encoding", std::to_string(static_cast<int>(settings.format)));

@@ -131,6 +131,7 @@ bool Controllers::TestButton(int entry, bool shift) {
   state_.overrides.Set(bank_entry, next.bank);
   if (next.program != start.program) state_.overrides.Set(program_entry, next.program);
   SendInstrument(api_, audio_.stream, channel, next.bank, next.program);
+  const IniGroup group = settings_.Group();
   settings_.SaveCC(state_, bank_entry);
   settings_.SaveCC(state_, program_entry);
   return true;
@@ -164,6 +165,7 @@ void Controllers::ChooseInstrument(int channel, Instrument instrument) {
   if (!IsDrumChannel(channel)) state_.overrides.Set(bank_entry, instrument.bank);
   state_.overrides.Set(program_entry, instrument.program);
   SendInstrument(api_, audio_.stream, state_, channel);
+  const IniGroup group = settings_.Group();
   settings_.SaveCC(state_, bank_entry);
   settings_.SaveCC(state_, program_entry);
 }

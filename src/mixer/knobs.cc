@@ -216,6 +216,7 @@ void Knobs::ChangeSpeed(int tempo) {
   const double old_factor = audio_.speed_factor;
   state_.Tempo = static_cast<std::int16_t>(tempo);
   NewTempo(api_, state_, audio_);
+  const IniGroup group = settings_.Group();
   settings_.SaveTempo(state_);
   Markers& markers = audio_.markers;
   if (audio_.speed_factor == old_factor || (markers.start == 0 && markers.end == 0)) return;

@@ -125,6 +125,7 @@ void SongSettings::SaveTranspose(const MixState& state) {
 }
 
 void SongSettings::SaveVolume(const MixState& state, int channel) {
+  const IniGroup group(ini_);
   ForChannels(channel, [&](int i) {
     Write("Volume", ChannelKey(i),
           std::to_string(state.ChannelVolume[static_cast<std::size_t>(i)]));
@@ -132,6 +133,7 @@ void SongSettings::SaveVolume(const MixState& state, int channel) {
 }
 
 void SongSettings::SaveMute(const MixState& state, int channel) {
+  const IniGroup group(ini_);
   ForChannels(channel, [&](int i) {
     Write("Mute", ChannelKey(i), state.ChannelMute[static_cast<std::size_t>(i)] != 0 ? "1" : "0");
   });
@@ -143,6 +145,7 @@ void SongSettings::SaveCC(const MixState& state, int entry) {
 }
 
 void SongSettings::SaveMarqueurs(const Markers& markers) {
+  const IniGroup group(ini_);
   Write("Marqueurs", "Marche", markers.on ? "1" : "0");
   Write("Marqueurs", "Debut", FormatNumber(markers.start, "0.000", separator_));
   Write("Marqueurs", "Fin", FormatNumber(markers.end, "0.000", separator_));

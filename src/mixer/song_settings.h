@@ -50,6 +50,9 @@ class SongSettings {
   /// All of the mix, in the order that the operations need.
   void LoadMix(MixState& state);
 
+  /// While the result lives, all that is saved becomes one write.
+  [[nodiscard]] IniGroup Group() { return IniGroup(ini_); }
+
   void SaveGain(const MixState& state);
   void SaveTempo(const MixState& state);
   void SaveTranspose(const MixState& state);

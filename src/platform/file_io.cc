@@ -173,21 +173,27 @@ std::optional<FileError> WriteWholeFile(const std::string& path, std::string_vie
   return ReplaceFile(target, status, content, durability);
 }
 
-std::optional<FileStamp> StampOf(const std::string& path) {
+std::optional<FileStamp> StampOf(const std::string& path, FileError* error) {
   std::error_code code;
   const fs::path native = ToNativePath(path);
   FileStamp stamp;
   const auto modified = fs::last_write_time(native, code);
-  if (code) return std::nullopt;
-  stamp.modified = static_cast<std::int64_t>(modified.time_since_epoch().count());
-  stamp.size = fs::file_size(native, code);
-  if (code) return std::nullopt;
+  if (!code) stamp.size = fs::file_size(native, code);
 #ifndef _WIN32
   struct stat status = {};
-  if (stat(native.c_str(), &status) != 0) return std::nullopt;
+  if (!code && stat(native.c_str(), &status) != 0) code.assign(errno, std::generic_category());
   stamp.identity = status.st_ino;
 #endif
+  if (code) {
+    if (error != nullptr) *error = MakeFileError(code.value());
+    return std::nullopt;
+  }
+  stamp.modified = static_cast<std::int64_t>(modified.time_since_epoch().count());
   return stamp;
+}
+
+bool MeansMissing(const FileError& error) {
+  return error.number == ENOENT || error.number == ENOTDIR;
 }
 
 bool IsSettled(const FileStamp& stamp) {

@@ -50,8 +50,11 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 
-/// Nothing where the file does not exist or cannot be looked at.
-std::optional<FileStamp> StampOf(const std::string& path);
+/// Nothing where the file does not exist or cannot be looked at; `error` (where given) tells which.
+std::optional<FileStamp> StampOf(const std::string& path, FileError* error = nullptr);
+
+/// An error that says that there is no such file, rather than that it cannot be got at.
+bool MeansMissing(const FileError& error);
 
 /// True when `stamp` is older than the clock's grain, so that a later change must show in it.
 bool IsSettled(const FileStamp& stamp);

@@ -1,6 +1,8 @@
 #include "settings/mod_ini.h"
 
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -49,21 +51,46 @@ ModIni::CachedFile& ModIni::CacheEntry(const std::string& path) {
   return *entry;
 }
 
-const IniDocument* ModIni::Load(const std::string& path) {
-  const std::optional<FileStamp> stamp = StampOf(path);
-  if (!stamp) return nullptr;
+ModIni::Loaded ModIni::Load(const std::string& path) {
+  FileError error;
+  const std::optional<FileStamp> stamp = StampOf(path, &error);
+  if (!stamp && MeansMissing(error)) return {};
   CachedFile& entry = CacheEntry(path);
-  if (entry.is_settled && entry.stamp == *stamp) return &entry.document;
+  if (stamp && entry.is_settled && entry.stamp == stamp) return {&entry.document, true};
   // Asked before reading: a file that changes meanwhile must not look settled.
-  entry.is_settled = IsSettled(*stamp);
-  entry.stamp = *stamp;
-  const std::optional<std::string> content = ReadWholeFile(path, nullptr, kMaxTextFileSize);
+  const bool is_settled = stamp && IsSettled(*stamp);
+  const std::optional<std::string> content =
+      stamp ? ReadWholeFile(path, nullptr, kMaxTextFileSize) : std::nullopt;
   if (!content) {
-    entry.is_settled = false;
-    return nullptr;
+    // A read that fails once must not turn what the user has set into defaults.
+    if (!entry.stamp) return {};
+    return {&entry.document, stamp == entry.stamp};
   }
+  entry.is_settled = false;
   entry.document = IniDocument::Parse(*content);
-  return &entry.document;
+  entry.stamp = stamp;
+  entry.is_settled = is_settled;
+  return {&entry.document, true};
+}
+
+ModIni::Draft* ModIni::FindDraft(const std::string& path) {
+  const auto found = std::find_if(drafts_.begin(), drafts_.end(),
+                                  [&](const Draft& draft) { return draft.path == path; });
+  return found == drafts_.end() ? nullptr : &*found;
+}
+
+/// Null where the file is there and nobody can tell what stands in it: it must not be replaced by
+/// one that holds a single key.
+ModIni::Draft* ModIni::OpenDraft(const std::string& path) {
+  if (Draft* draft = FindDraft(path)) return draft;
+  FileError error;
+  Draft draft{path, {}, false};
+  if (StampOf(path, &error) || !MeansMissing(error)) {
+    const Loaded loaded = Load(path);
+    if (!loaded.is_current) return nullptr;
+    draft.document = *loaded.document;
+  }
+  return &drafts_.emplace_back(std::move(draft));
 }
 
 std::string ModIni::ReadIni(std::string_view section, std::string_view key,
@@ -71,7 +98,9 @@ std::string ModIni::ReadIni(std::string_view section, std::string_view key,
   last_value_.clear();
   last_length_ = 0;
   if (Refuse(section, key, kReadRefused)) return {};
-  const IniDocument* document = Load(file.empty() ? default_file_ : file);
+  const std::string& path = file.empty() ? default_file_ : file;
+  const Draft* draft = FindDraft(path);
+  const IniDocument* document = draft != nullptr ? &draft->document : Load(path).document;
   if (document == nullptr) return {};
   const std::string value = document->Get(section, key).value_or(std::string());
   last_value_ = WithoutQuotes(CutToCharacters(value, kMaxLength));
@@ -82,17 +111,32 @@ std::string ModIni::ReadIni(std::string_view section, std::string_view key,
 void ModIni::WriteIni(std::string_view section, std::string_view key, std::string_view value,
                       const std::string& file) {
   if (Refuse(section, key, kWriteRefused)) return;
-  const std::string& path = file.empty() ? default_file_ : file;
-  IniDocument document;
-  if (StampOf(path)) {
-    const IniDocument* loaded = Load(path);
-    // A file that is there and cannot be read must not be replaced by one that holds a single key.
-    if (loaded == nullptr) return;
-    document = *loaded;
+  const IniGroup group(*this);
+  Draft* draft = OpenDraft(file.empty() ? default_file_ : file);
+  if (draft != nullptr && draft->document.Set(section, key, value)) draft->is_changed = true;
+}
+
+void ModIni::EndGroup(bool is_given_up) {
+  if (--groups_ > 0) return;
+  const std::vector<Draft> drafts = std::exchange(drafts_, {});
+  if (is_given_up) return;
+  for (const Draft& draft : drafts) {
+    if (!draft.is_changed) continue;
+    // Settings are written while a knob is being turned: waiting for the disk would show.
+    WriteWholeFile(draft.path, draft.document.Serialize(), Durability::kInSystem);
   }
-  if (!document.Set(section, key, value)) return;
-  // Settings are written while a knob is being turned: waiting for the disk each time would show.
-  WriteWholeFile(path, document.Serialize(), Durability::kInSystem);
+}
+
+IniGroup::IniGroup(ModIni& ini) : ini_(ini), exceptions_(std::uncaught_exceptions()) {
+  ++ini_.groups_;
+}
+
+IniGroup::~IniGroup() {
+  try {
+    ini_.EndGroup(std::uncaught_exceptions() > exceptions_);
+  } catch (const std::bad_alloc&) {
+    // A file that cannot be written stays as it is, whatever keeps it from being written.
+  }
 }
 
 }  // namespace vexolo

@@ -31,6 +31,7 @@ std::optional<WindowPlace> ReadPlace(ModIni& ini, std::string_view section) {
 }
 
 void WritePlace(ModIni& ini, std::string_view section, const WindowPlace& place) {
+  const IniGroup group(ini);
   WriteTwips(ini, section, "X", place.x);
   WriteTwips(ini, section, "Y", place.y);
 }
@@ -42,6 +43,7 @@ std::optional<WindowExtent> ReadExtent(ModIni& ini, std::string_view section) {
 }
 
 void WriteExtent(ModIni& ini, std::string_view section, const WindowExtent& extent) {
+  const IniGroup group(ini);
   WriteTwips(ini, section, "W", extent.width);
   WriteTwips(ini, section, "H", extent.height);
 }

@@ -58,6 +58,7 @@ void CompanionWindow::SavePlace() {
 void CompanionWindow::StoreClosed() { WriteShow(context_.ini, section_, false); }
 
 void CompanionWindow::closeEvent(QCloseEvent* event) {
+  const IniGroup group(context_.ini);
   if (save_timer_.isActive()) SavePlace();
   if (context_.quitting) {
     event->accept();
