@@ -59,7 +59,7 @@ class ModIni {
   struct CachedFile {
     std::string path;
     std::optional<FileStamp> stamp;  ///< of what `document` holds; nothing = not read yet
-    bool is_settled = false;  ///< no later change can hide behind the same stamp
+    bool is_settled = false;         ///< no later change can hide behind the same stamp
     std::uint64_t last_use = 0;
     IniDocument document;
   };
