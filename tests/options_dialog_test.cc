@@ -334,6 +334,8 @@ TEST_F(OptionsDlgTest, EveryControlHasANameAndATooltip) {
   EXPECT_THAT(UnnamedControls(*Make()), ::testing::IsEmpty());
 }
 
+constexpr const char* kTabNames[] = {"language", "sound", "soundfont", "about"};
+
 /// With VEXOLO_SHOTS set, what is looked at is also kept there as pictures.
 void Keep(QWidget& window, const std::string& name) {
   if (const char* folder = std::getenv("VEXOLO_SHOTS")) {
@@ -342,18 +344,19 @@ void Keep(QWidget& window, const std::string& name) {
 }
 
 TEST_F(OptionsDlgTest, NoTextIsCutInAnyLanguage) {
-  bass_.font.name = "Fluid R3 GM, a bank with a name that goes on for quite some time";
   audio_.font = bass_.AddFont({});
   audio_.font_path = folder_.Write("small.sf2", engine::SmallBank().Bytes());
+  mix_.AutoMute = true;
   for (const std::string code : {"fr", "en", "de", "es"}) {
     language_file_ = folder_ / (code + ".lng");
     for (int tab = 0; tab < kOptionsTabs; ++tab) {
       const auto dialog = Show(static_cast<OptionsTab>(tab));
       dialog->SetSoundOutput("Built-in Audio Analog Stereo (Pulse)");
-      dialog->SetBankInfo("Fluid R3 GM\nSons : 189\nTaille : 141,4 Mo");
+      dialog->SetBankInfo(
+          context_.Section("Main").Message("SF2LoadInfo", {"Fluid R3 GM", "189", "141,4"}));
       QTest::qWait(20);
       EXPECT_THAT(CutTexts(*dialog), ::testing::IsEmpty()) << code << " " << tab;
-      Keep(*dialog, "options-" + code + "-" + std::to_string(tab));
+      Keep(*dialog, std::string("options-") + kTabNames[tab] + "-" + code);
     }
   }
 }
@@ -365,7 +368,7 @@ TEST_F(OptionsDlgTest, NoTextIsCutOnTheFirstStart) {
     WhenShown(dialog, [&] {
       QTest::qWait(20);
       EXPECT_THAT(CutTexts(dialog), ::testing::IsEmpty()) << code;
-      Keep(dialog, "options-" + code + "-first");
+      Keep(dialog, "options-first-start-" + code);
       dialog.reject();
     });
     dialog.RunFirstStart();

@@ -4,12 +4,12 @@
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 #include "about/about_texts.h"
+#include "widgets/program_icon.h"
 
 namespace vexolo {
 namespace {
@@ -66,11 +66,9 @@ QWidget* About::MakeHead() {
   auto* row = new QHBoxLayout(head);
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(16);
-  if (const QIcon icon = QApplication::windowIcon(); !icon.isNull()) {
-    auto* picture = new QLabel;
-    picture->setPixmap(icon.pixmap(QSize(kIconSize, kIconSize), devicePixelRatio()));
-    row->addWidget(picture, 0, Qt::AlignTop);
-  }
+  auto* picture = new QLabel;
+  picture->setPixmap(ProgramIcon().pixmap(QSize(kIconSize, kIconSize), devicePixelRatio()));
+  row->addWidget(picture, 0, Qt::AlignTop);
   auto* name = new QLabel("Vexolo");
   QFont large = font();
   large.setPointSizeF(large.pointSizeF() * 2);

@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "mixer/sound_font_info.h"
+#include "widgets/program_icon.h"
 
 namespace vexolo {
 namespace {
@@ -18,6 +19,7 @@ namespace {
 constexpr const char* kProgram = "Vexolo";
 constexpr int kTextWidth = 400;  // pixels; longer explanations go on in the next line
 constexpr int kMargin = 16;
+constexpr int kIconSize = 48;
 
 /// Texts hold names from files and are never taken for markup.
 QLabel* MakeText(const char* name, bool wraps) {
@@ -139,12 +141,20 @@ QWidget* OptionsDlg::MakeAboutTab() {
   large.setPointSizeF(large.pointSizeF() * 1.8);
   name->setFont(large);
   name->setText(kProgram);
-  program_ = MakeText("Program", true);
+  program_ = MakeText("Program", false);
   about_ = new QPushButton;
   about_->setObjectName("About");
+  auto* picture = new QLabel;
+  picture->setPixmap(ProgramIcon().pixmap(QSize(kIconSize, kIconSize), devicePixelRatio()));
+  auto* titles = new QVBoxLayout;
+  titles->addWidget(name);
+  titles->addWidget(program_);
+  auto* head = new QHBoxLayout;
+  head->setSpacing(kMargin);
+  head->addWidget(picture);
+  head->addLayout(titles, 1);
   QVBoxLayout* column = MakeColumn(tab);
-  column->addWidget(name);
-  column->addWidget(program_);
+  column->addLayout(head);
   column->addWidget(about_, 0, Qt::AlignLeft);
   column->addStretch();
   return tab;

@@ -1,8 +1,11 @@
 #include "widgets/palette.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 #include <QToolTip>
 
 namespace vexolo {
@@ -18,10 +21,44 @@ constexpr QColor kDimText(0x84, 0x88, 0x8f);
 constexpr QColor kAccent(0x3f, 0xd6, 0xcd);
 constexpr QColor kBlack(0x0e, 0x0f, 0x11);
 
+constexpr QSize kButtonRoom(12, 4);  // pixels, both sides of a caption together
+
+/// The toolkit's plain style with room around captions, and with outlines of check boxes and radio
+/// buttons that can be seen on a dark ground.
+class DialogStyle : public QProxyStyle {
+ public:
+  DialogStyle() : QProxyStyle(QStyleFactory::create("Fusion")) {}
+
+  QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                         const QWidget* widget) const override {
+    const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    return type == CT_PushButton ? size + kButtonRoom : size;
+  }
+
+  void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override {
+    QProxyStyle::drawPrimitive(element, option, painter, widget);
+    const bool is_check_box = element == PE_IndicatorCheckBox;
+    if (!is_check_box && element != PE_IndicatorRadioButton) return;
+    const bool is_hovered = (option->state & State_MouseOver) && (option->state & State_Enabled);
+    const QRectF outline = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(is_hovered ? kAccent : kDimText);
+    painter->setBrush(Qt::NoBrush);
+    if (is_check_box) {
+      painter->drawRoundedRect(outline, 2, 2);
+    } else {
+      painter->drawEllipse(outline);
+    }
+    painter->restore();
+  }
+};
+
 }  // namespace
 
 void UseDarkPalette(QApplication& application) {
-  application.setStyle(QStyleFactory::create("Fusion"));
+  application.setStyle(new DialogStyle);
   QPalette palette(kButton, kPanel);
   palette.setColor(QPalette::WindowText, kText);
   palette.setColor(QPalette::Base, kField);
