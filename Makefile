@@ -2,6 +2,8 @@
 #               converts the song and says where the file is
 # make test     builds and runs every test
 # make bench    side by side with other renderers and encoders
+# make bench-window
+#               how soon the window answers, what it takes, late blocks
 # make acceptance
 #               converts the demo songs and measures what is in the files with other programs
 # make fuzz     fuzzes every reader of bytes from outside (MINUTES=5 each)
@@ -16,7 +18,7 @@ JOBS    ?= $(shell nproc)
 BANK    := /usr/share/sounds/sf2/FluidR3_GM.sf2
 SOURCES  = $(shell git ls-files '*.cc' '*.h')
 
-.PHONY: run test bench acceptance fuzz format install program
+.PHONY: run test bench bench-window acceptance fuzz format install program
 .DEFAULT_GOAL := run
 
 program:
@@ -37,6 +39,11 @@ test:
 bench: program
 	@scripts/install.sh bench
 	@python3 bench/run.py $(BUILD)/program
+
+bench-window: program
+	@scripts/install.sh bench
+	@xvfb-run -a -s "-screen 0 1600x1200x24" python3 bench/window_start.py $(BUILD)/program
+	@xvfb-run -a -s "-screen 0 1600x1200x24" $(BUILD)/bench/window_bench $(BANK) songs/canon.mid 2
 
 acceptance: program
 	@scripts/install.sh acceptance

@@ -8,7 +8,7 @@ packages_of() {
     build) echo "g++ cmake ninja-build pkg-config libfluidsynth-dev librtaudio-dev libvorbis-dev libogg-dev librsvg2-dev libgtest-dev libgmock-dev qt6-base-dev libqt6opengl6-dev libgl-dev libglu1-mesa-dev" ;;
     run) echo "fluid-soundfont-gm lame libgl1-mesa-dri qt6-translations-l10n fonts-comic-neue" ;;
     test) echo "timgm6mb-soundfont fluid-soundfont-gm lame xvfb xauth libgl1-mesa-dri fonts-dejavu-core fonts-comic-neue" ;;
-    bench) echo "fluidsynth timidity fluid-soundfont-gm lame python3" ;;
+    bench) echo "fluidsynth timidity fluid-soundfont-gm timgm6mb-soundfont lame python3 xvfb xauth libxtst6" ;;
     acceptance) echo "python3 ffmpeg id3v2 mp3info vorbis-tools" ;;
     fuzz) echo "clang libclang-rt-14-dev" ;;
     pictures) echo "xvfb xauth xdotool imagemagick" ;;

@@ -443,11 +443,12 @@ TEST_F(MainWindow, NextAndPreviousKeepThePlayingFlagWhichStopClears) {
 
 TEST_F(MainWindow, WhatIsPlayedBeforeTheBankIsThereWaitsForIt) {
   Make();
+  holds_posts = true;  // that it has been loaded is not heard of yet
   ASSERT_TRUE(window->Start());
-  ASSERT_TRUE(program->bank_loader.loading());
   AddSongs({"a.mid"});
   Click(kPlay);
   EXPECT_EQ(0u, Stream());
+  Release();
   WaitForBank();
   EXPECT_EQ(folder / "a.mid", Playing());
 }
@@ -476,6 +477,9 @@ TEST_F(MainWindow, TheSliderShowsAndMovesThePosition) {
               0.1);
   Tick();
   EXPECT_NEAR(PositionSlider::kMaximum / 2.0, slider.value(), 20);
+  Click(kStop);
+  Tick();
+  EXPECT_EQ(0, slider.value());
 }
 
 TEST_F(MainWindow, LettingTheSliderGoWithoutASongChangesNothingAndTheTimerGoesOn) {

@@ -281,6 +281,8 @@ void MainDisplay::DispLeds() {
   if (Status() != shown_status_ || list_shown_ != program_.state.playlist.revision()) {
     RefreshTitle();
   }
+  // Without a song nothing else moves the slider.
+  if (program_.state.audio.stream == 0) panel_.slider().ShowValue(0);
   scroller_.Tick();
   panel_.title().Print(scroller_.Visible());
   DrawPotard(kSpeedKnob);

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -68,10 +69,7 @@ struct MainWindowBench {
         .command_line = command_line,
         .separator = ',',
         .device = real_library ? 0 : -1,  // the real one in silence
-        .post =
-            [](std::function<void()> action) {
-              QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
-            },
+        .post = [this](std::function<void()> action) { Post(std::move(action)); },
         .registry = registry,
         .start_program = [this](const std::string& path) { return start_program(path); },
         .open_document =
@@ -80,6 +78,24 @@ struct MainWindowBench {
               return can_open;
             }});
     window = std::make_unique<frmMidiTest>(*program, others);
+  }
+  /// To the window thread, or put aside until Release. Any thread.
+  void Post(std::function<void()> action) {
+    const std::lock_guard lock(held_mutex);
+    if (holds_posts) {
+      held.push_back(std::move(action));
+    } else {
+      QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
+    }
+  }
+  /// Lets what was put aside go on its way.
+  void Release() {
+    const std::lock_guard lock(held_mutex);
+    holds_posts = false;
+    for (auto& action : held) {
+      QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
+    }
+    held.clear();
   }
   void WaitForBank() {
     EXPECT_TRUE(QTest::qWaitFor([&] { return !program->bank_loader.loading(); }));
@@ -139,6 +155,9 @@ struct MainWindowBench {
   Registry* registry = nullptr;
   std::function<bool(const std::string&)> start_program = [](const std::string&) { return false; };
   bool can_open = true;
+  std::mutex held_mutex;
+  bool holds_posts = false;
+  std::vector<std::function<void()>> held;
   std::vector<std::string> opened;  ///< documents
   std::unique_ptr<Program> program;
   std::unique_ptr<frmMidiTest> window;
