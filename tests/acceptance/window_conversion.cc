@@ -201,8 +201,6 @@ bool TakePictures(ConversionBench& bench, Session& session, const std::string& f
   session.Confirm("Tous", folder + "/conversion-dialog-" + language + ".png");
   if (!session.WaitForBegin()) return false;
   QDialog* run = session.RunDialog();
-  const QPoint middle = bench.window->geometry().center();
-  run->move(middle.x() - run->width() / 2, bench.window->geometry().bottom() - run->height() / 2);
   auto* bar = run->findChild<QProgressBar*>("Bar");
   if (!QTest::qWaitFor([&] { return bar->value() > bar->maximum() / 3; }, 600 * 1000)) return false;
   SaveScreen(folder + "/conversion-run-" + language + ".png", *bench.window, *run);
