@@ -27,7 +27,7 @@ class CompanionWindow : public QWidget {
 
   /// Goes to the place that the settings keep, else to `beside` the main window (offset of the top
   /// left corners). A place outside every screen counts as none.
-  void RestorePlace(QPoint beside);
+  virtual void RestorePlace(QPoint beside);
 
   /// Moves with the main window, whose top left corner has moved by `by`.
   virtual void Follow(QPoint by);

@@ -108,6 +108,13 @@ constexpr SpriteRect ListButtonSprite(ListButton button, bool is_down) {
   return {120 + static_cast<int>(button) * 24, is_down ? 24 : 0, 24, 24};
 }
 
+/// The repeat button, which looks as that of the main window does. `state`: 0 up, 1 down, 2 and 3
+/// the repeat modes of these numbers.
+constexpr SpriteRect ListRepeatSprite(int state) {
+  if (state == 2 || state == 3) return {72 + (state - 2) * 24, 24, 24, 24};
+  return {96, state == 1 ? 184 : 160, 24, 24};
+}
+
 constexpr SpriteRect ListButtonHoverSprite(ListButton button) {
   return {432 + static_cast<int>(button) * 24, kHoverY, 24, 24};  // on 101
 }
