@@ -16,10 +16,10 @@ TEST(DroppedSongs, AreAddedInTheirOrder) {
   PlayListModel playlist;
   FakeMessageBoxes boxes;
   playlist.AjouteFichierPlayList("/s/a.mid");
-  EXPECT_TRUE(AddSongs({"/s/c.kar", "/s/b.mid"}, playlist, boxes));
+  EXPECT_EQ(AddSongs({"/s/c.kar", "/s/b.mid"}, playlist, boxes), 3);
   EXPECT_THAT(playlist.paths(), ElementsAre("/s/a.mid", "/s/c.kar", "/s/b.mid"));
-  EXPECT_FALSE(AddSongs({}, playlist, boxes));
-  EXPECT_FALSE(AddSongs({""}, playlist, boxes));
+  EXPECT_EQ(AddSongs({}, playlist, boxes), 0);
+  EXPECT_EQ(AddSongs({""}, playlist, boxes), 0);
 }
 
 TEST(DroppedSongs, AListFileAddsItsSongs) {
@@ -27,14 +27,14 @@ TEST(DroppedSongs, AListFileAddsItsSongs) {
   FakeMessageBoxes boxes;
   const TemporaryFolder folder;
   const std::string list = folder.Write("Party.M3U", "# songs\r\none.kar\r\nnotes.txt\r\n");
-  EXPECT_TRUE(AddSongs({list, "/s/b.mid"}, playlist, boxes));
+  EXPECT_EQ(AddSongs({list, "/s/b.mid"}, playlist, boxes), 2);
   EXPECT_THAT(playlist.paths(), ElementsAre(folder / "one.kar", "/s/b.mid"));
 }
 
 TEST(DroppedSongs, AListFileThatCannotBeReadIsTold) {
   PlayListModel playlist;
   FakeMessageBoxes boxes;
-  EXPECT_FALSE(AddSongs({"/nowhere/list.zvp"}, playlist, boxes));
+  EXPECT_EQ(AddSongs({"/nowhere/list.zvp"}, playlist, boxes), 0);
   EXPECT_EQ(1u, boxes.shown.size());
 }
 

@@ -89,6 +89,10 @@ class Windows : public StartUpWindows {
   void DispMix() override { log_.Add("DispMix"); }
   void AfficherMarqueurs() override { log_.Add("AfficherMarqueurs"); }
   void ChooseBank() override { log_.Add("ChooseBank"); }
+  void RestoreLastList() override {
+    log_.Add("RestoreLastList");
+    if (on_restore) on_restore();
+  }
   void ShowTitle(const std::string& song_path) override { log_.Add("ShowTitle " + song_path); }
   void ProcessMessages() override {
     log_.Add("ProcessMessages");
@@ -104,6 +108,7 @@ class Windows : public StartUpWindows {
   bool has_skin = true;
   std::function<void()> on_first_language;
   std::function<void()> on_messages;
+  std::function<void()> on_restore;
 
  private:
   static std::string Name(Companion companion) { return InfoOf(companion).place_section; }
@@ -155,13 +160,14 @@ TEST_F(StartUpTest, TheProgramStartsInThisOrder) {
   EXPECT_TRUE(Run());
   std::vector<std::string> entries = log_.Take();
   std::erase_if(entries, [](const std::string& entry) { return entry.starts_with("StreamEvent"); });
-  EXPECT_THAT(entries,
-              ElementsAre("LoadLanguage", "BuildSkin", "DrawKnobs", "DispSoloMute", "RestorePlace",
-                          "CreateReglage", "CreateReverb", "CreateParoles", "CreatePlayList",
-                          "BougeFilles", "ShowMainWindow", "ShowReglage", "ShowReverb",
-                          "ShowParoles", "ShowPlayList", "BASS_GetVersion", "BASS_Encode_IsActive",
-                          "BASS_MIDI_StreamGetFonts", testing::StartsWith("Init -1 44100 0"),
-                          "DispMix", "AfficherMarqueurs", "ShowTitle ", "ProcessMessages"));
+  EXPECT_THAT(
+      entries,
+      ElementsAre("LoadLanguage", "BuildSkin", "DrawKnobs", "DispSoloMute", "RestorePlace",
+                  "CreateReglage", "CreateReverb", "CreateParoles", "CreatePlayList", "BougeFilles",
+                  "ShowMainWindow", "ShowReglage", "ShowReverb", "ShowParoles", "ShowPlayList",
+                  "BASS_GetVersion", "BASS_Encode_IsActive", "BASS_MIDI_StreamGetFonts",
+                  testing::StartsWith("Init -1 44100 0"), "DispMix", "AfficherMarqueurs",
+                  "RestoreLastList", "ShowTitle ", "ProcessMessages"));
   EXPECT_EQ(folder_.path(), std::filesystem::current_path().string());
   EXPECT_EQ(&windows_, state_.main_window);
   EXPECT_EQ(&windows_, bass_.Calls<FakeBass::Init>().at(0).window);
@@ -361,7 +367,25 @@ TEST_F(StartUpTest, TheLastOfSeveralSongsPlaysOnceTheBankIsThere) {
   EXPECT_EQ(2, state_.playlist.current());
   EXPECT_EQ(2, state_.playlist.playing());
   EXPECT_THAT(TakeAfter("AfficherMarqueurs"),
-              ElementsAre("ShowTitle /s/two three.kar", "ProcessMessages"));
+              ElementsAre("RestoreLastList", "ShowTitle /s/two three.kar", "ProcessMessages"));
+  ASSERT_TRUE(posted_.RunNext());
+  EXPECT_EQ("Action_Play", log_.Take().back());
+}
+
+TEST_F(StartUpTest, TheListThatComesBackIsNotPlayed) {
+  windows_.on_restore = [this] { state_.playlist.AjouteFichierPlayList("/s/last.mid"); };
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(1, state_.playlist.count());
+  EXPECT_EQ(0, state_.playlist.current());
+  ASSERT_TRUE(posted_.RunNext());
+  EXPECT_THAT(log_.Take(), Not(Contains("Action_Play")));
+}
+
+TEST_F(StartUpTest, TheCommandLinesSongPlaysThoughTheListComesBackBehindIt) {
+  windows_.on_restore = [this] { state_.playlist.AjouteFichierPlayList("/s/last.mid"); };
+  EXPECT_TRUE(Run("/s/one.mid"));
+  EXPECT_EQ(2, state_.playlist.count());
+  EXPECT_EQ(1, state_.playlist.current());
   ASSERT_TRUE(posted_.RunNext());
   EXPECT_EQ("Action_Play", log_.Take().back());
 }

@@ -1,29 +1,18 @@
 #include "app/dropped_songs.h"
 
-#include "platform/paths.h"
-#include "platform/text_encoding.h"
-#include "playlist/list_file.h"
+#include <atomic>
+
+#include "platform/file_io.h"
+#include "playlist/dropped_files.h"
 
 namespace vexolo {
-namespace {
 
-bool IsListFile(const std::string& path) {
-  const std::string extension = FoldCase(ExtensionOf(path));
-  return extension == ".m3u" || extension == ".zvp";
-}
-
-}  // namespace
-
-bool AddSongs(const std::vector<std::string>& paths, PlayListModel& playlist, MessageBoxes& boxes) {
-  const int before = playlist.count();
-  for (const std::string& path : paths) {
-    if (IsListFile(path)) {
-      LoadPlayList(path, playlist, boxes);
-    } else {
-      playlist.AjouteFichierPlayList(path);
-    }
-  }
-  return playlist.count() > before;
+int AddSongs(const std::vector<std::string>& paths, PlayListModel& playlist, MessageBoxes& boxes) {
+  const std::atomic<bool> never_cancelled{false};
+  const DroppedSongs dropped = ExpandDropped(paths, never_cancelled);
+  for (const std::string& song : dropped.songs) playlist.AjouteFichierPlayList(song);
+  if (dropped.error) boxes.Show(FileErrorText(*dropped.error), {}, BoxIcon::kExclamation);
+  return dropped.songs.empty() ? 0 : playlist.count();
 }
 
 }  // namespace vexolo

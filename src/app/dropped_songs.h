@@ -9,8 +9,9 @@
 
 namespace vexolo {
 
-/// Adds files to the list in their order; a list file adds its songs instead. True where the list
-/// has grown: its last song is the one to play. Window thread only.
-bool AddSongs(const std::vector<std::string>& paths, PlayListModel& playlist, MessageBoxes& boxes);
+/// Adds files to the list in their order; folders and list files add their songs instead, which
+/// is waited for. A folder or list that cannot be read is reported. Returns the place of the last
+/// song that came, the one to play; 0 where none did. Window thread only.
+int AddSongs(const std::vector<std::string>& paths, PlayListModel& playlist, MessageBoxes& boxes);
 
 }  // namespace vexolo

@@ -20,6 +20,7 @@
 #include "mixer/channel_strips.h"
 #include "platform/paths.h"
 #include "playlist/list_file.h"
+#include "playlist/play_list_window.h"
 
 namespace vexolo {
 namespace {
@@ -311,6 +312,11 @@ void frmMidiTest::ChooseBank() {
   }
 }
 
+void frmMidiTest::RestoreLastList() {
+  const auto& restore = plugged(Companion::kPlayList).restore_last_list;
+  if (restore) restore();
+}
+
 void frmMidiTest::ProcessMessages() { QCoreApplication::processEvents(); }
 
 // ---- End
@@ -462,22 +468,21 @@ void frmMidiTest::BankLoadingChanged(bool loading) {
 }
 
 void frmMidiTest::Action_OpenSongs() {
-  const LanguageSection texts = context().Section("PlayList");
-  const std::string extensions = context().Section("Main").Text("Extmid");
-  const std::vector<std::string> paths =
-      program_.env.files.OpenFiles({texts.Text("MIDOPENCMD.DialogTitle"),
-                                    SongFilter(texts.Text("MIDOPENCMD.Filter"), extensions),
-                                    program_.state.folders.songs,
-                                    {}});
+  const std::vector<std::string> paths = PlayList::ChooseSongs(context());
   if (paths.empty()) return;
-  StoreSongFolder(program_.ini, paths.back());
-  program_.state.folders.songs = FolderOf(paths.back());
+  program_.state.folders.songs = FolderOf(paths.front());
   GereDrop(paths);
 }
 
 void frmMidiTest::GereDrop(const std::vector<std::string>& paths) {
-  PlayListModel& playlist = program_.state.playlist;
-  if (AddSongs(paths, playlist, program_.env.boxes)) Action_PlaySelected(playlist.count());
+  const auto play = [this](int last_place) {
+    if (last_place > 0) Action_PlaySelected(last_place);
+  };
+  if (const auto& add_dropped = plugged(Companion::kPlayList).add_dropped) {
+    add_dropped(paths, play);
+  } else {
+    play(AddSongs(paths, program_.state.playlist, program_.env.boxes));
+  }
 }
 
 void frmMidiTest::AutoMuteSwitched() {

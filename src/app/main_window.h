@@ -107,6 +107,7 @@ class frmMidiTest : public QWidget, private StartUpWindows, private CompanionVie
   void AfficherMarqueurs() override { display_.AfficherMarqueurs(); }
   void ChooseBank() override;
   void ShowTitle(const std::string& song_path) override { display_.ShowTitle(song_path); }
+  void RestoreLastList() override;
   void ProcessMessages() override;
   void StopTimers() override;
   void UnloadCompanion(Companion companion) override;

@@ -10,10 +10,12 @@
 #include "app/conversion_window.h"
 #include "app/main_window.h"
 #include "app/program_facts.h"
+#include "app/song_facts_reader.h"
 #include "lyrics/lyric_window.h"
 #include "mixer/options_dialog.h"
 #include "mixer/reglage_window.h"
 #include "mixer/reverb_window.h"
+#include "playlist/play_list_window.h"
 
 namespace vexolo {
 namespace {
@@ -101,6 +103,22 @@ class AboutWindows {
   SystemInfoDialog system_info_;
 };
 
+PluggedCompanion MakePlayList(frmMidiTest& main) {
+  const PlayListActions actions = {[&main](int place) { main.Action_PlaySelected(place); },
+                                   [&main] { main.Action_Repeat(); }};
+  auto window = std::make_unique<PlayList>(main.context(), &main, main.program().state.playlist,
+                                           ReadFactsOfSong, actions);
+  PlayList& list = *window;
+  PluggedCompanion plugged;
+  plugged.window = std::move(window);
+  plugged.draw_repeat = [&list](int mode) { list.DrawRepeat(mode); };
+  plugged.add_dropped = [&list](std::vector<std::string> paths, std::function<void(int)> added) {
+    list.AddDropped(std::move(paths), std::move(added));
+  };
+  plugged.restore_last_list = [&list] { list.RestoreLastList(); };
+  return plugged;
+}
+
 PluggedAbout MakeAbout(frmMidiTest& main) {
   const auto windows = std::make_shared<AboutWindows>(main);
   AboutWindows& about = *windows;
@@ -145,6 +163,7 @@ OtherWindows ProgramWindows() {
   windows.companions[static_cast<std::size_t>(Companion::kReglage)] = MakeReglage;
   windows.companions[static_cast<std::size_t>(Companion::kReverb)] = MakeReverb;
   windows.companions[static_cast<std::size_t>(Companion::kLyrics)] = MakeLyrics;
+  windows.companions[static_cast<std::size_t>(Companion::kPlayList)] = MakePlayList;
   windows.options = MakeOptions;
   windows.about = MakeAbout;
   windows.conversion = MakeConversion;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/companions.h"
 #include "lyrics/lyric_model.h"
@@ -22,6 +23,11 @@ struct PluggedCompanion {
   std::function<void()> mix_drawn;         ///< a song has been opened, with its settings
   std::function<void()> presets_changed;   ///< another bank is in use
   std::function<void(int mode)> draw_repeat;
+  /// The list of songs: adds files, folders and lists as soon as they have been gone through, and
+  /// tells the place of the last song that came, 0 where none did.
+  std::function<void(std::vector<std::string> paths, std::function<void(int last_place)> added)>
+      add_dropped;
+  std::function<void()> restore_last_list;  ///< once the command line has been dealt with
 };
 
 /// The options dialog. It lives as long as this.

@@ -124,6 +124,7 @@ void StartUp::PlayLastSong() {
   if (playlist.count() > 0 && playlist.current() < playlist.count()) {
     playlist.PlayListSelect(playlist.count());
   }
+  parts_.windows.RestoreLastList();
   parts_.windows.ShowTitle(playlist.Path(playlist.current()));
   parts_.windows.ProcessMessages();
   if (parts_.state.quitting || playlist.current() < 1) return;

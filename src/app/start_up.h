@@ -40,6 +40,8 @@ class StartUpWindows {
   virtual void AfficherMarqueurs() = 0;
   /// The options dialog's choice of a bank; returns when the dialog is closed.
   virtual void ChooseBank() = 0;
+  /// The list as it was left, behind the songs of the command line; none of it is played.
+  virtual void RestoreLastList() = 0;
   virtual void ShowTitle(const std::string& song_path) = 0;
   virtual void ProcessMessages() = 0;
   virtual void Action_Play() = 0;

@@ -1,6 +1,7 @@
 #include "playlist/play_list_window.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -458,6 +459,10 @@ void PlayList::closeEvent(QCloseEvent* event) {
   CompanionWindow::closeEvent(event);
 }
 
+void PlayList::keyReleaseEvent(QKeyEvent* event) {
+  if (main_window()) QCoreApplication::sendEvent(main_window(), event);
+}
+
 void PlayList::resizeEvent(QResizeEvent* event) {
   CompanionWindow::resizeEvent(event);
   if (isVisible()) save_size_timer_.start();
@@ -470,8 +475,8 @@ void PlayList::keyPressEvent(QKeyEvent* event) {
     Action_SaveList();
   } else if (event->matches(QKeySequence::SelectAll)) {
     view_.selectAll();
-  } else {
-    CompanionWindow::keyPressEvent(event);
+  } else if (main_window()) {
+    QCoreApplication::sendEvent(main_window(), event);  // the keys of the player work here too
   }
 }
 
