@@ -186,6 +186,16 @@ void Console::Silence() {
 
 void Console::Process(const DryBlock& dry, std::uint32_t audible, float* left, float* right,
                       int frames) {
+  DryChannels channels;
+  for (int channel = 0; channel < kChannels; ++channel) {
+    if ((audible >> channel & 1) == 0) continue;
+    channels.left[channel] = dry.left[channel].data();
+    channels.right[channel] = dry.right[channel].data();
+  }
+  Process(channels, left, right, frames);
+}
+
+void Console::Process(const DryChannels& dry, float* left, float* right, int frames) {
   assert(frames <= kMaxBlock);
   const FlushDenormals guard;
   Parts& parts = *parts_;
@@ -194,8 +204,8 @@ void Console::Process(const DryBlock& dry, std::uint32_t audible, float* left, f
   parts.chorus_send.Clear(frames);
   for (int channel = 0; channel < kChannels; ++channel) {
     Strip& strip = parts.strips[channel];
-    if ((audible >> channel & 1) != 0 && !strip.Silent()) {
-      parts.AddStrip(strip, dry.left[channel].data(), dry.right[channel].data(), frames);
+    if (dry.left[channel] != nullptr && !strip.Silent()) {
+      parts.AddStrip(strip, dry.left[channel], dry.right[channel], frames);
     } else {
       strip.Advance(frames);
     }

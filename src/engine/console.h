@@ -70,8 +70,11 @@ class Console {
   /// Empties the delay lines of both effects; the values stay.
   void Silence();
 
-  /// Mixes `frames` frames into `left` and `right` (overwritten, full scale = 1.0, not limited).
-  /// Bit n of `audible` set: channel n may hold more than zeros; the others are passed over.
+  /// Mixes `frames` (up to kMaxBlock) frames into `left` and `right` (overwritten, full scale
+  /// = 1.0, not limited). Channels without sound are passed over.
+  void Process(const DryChannels& dry, float* left, float* right, int frames);
+
+  /// The same. Bit n of `audible` set: channel n may hold more than zeros.
   void Process(const DryBlock& dry, std::uint32_t audible, float* left, float* right, int frames);
 
   /// Whether what the effects still hold stays below -90 dBFS: the decay after a song is over once

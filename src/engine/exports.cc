@@ -377,6 +377,8 @@ constexpr Api kApi = {
 
 const Api& EngineApi() { return kApi; }
 
+void SetRenderThreads(int threads) { TheLibrary().SetRenderThreads(threads); }
+
 void SetProcessStarter(ProcessStarter starter) {
   TheLibrary().SetProcessStarter(std::move(starter));
 }

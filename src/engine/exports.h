@@ -17,6 +17,11 @@ const bass::Api& EngineApi();
 /// To be set before the first stream.
 void SetProcessStarter(ProcessStarter starter);
 
+/// How many threads render a song that an encoder takes, the one that pulls included; 0 = that one
+/// alone, which then does not run ahead. At first as many as the machine has processors. Counts for
+/// streams that are created afterwards.
+void SetRenderThreads(int threads);
+
 /// True while sound goes nowhere because the machine has no sound device.
 bool OutputIsSilent();
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -16,6 +17,7 @@
 
 #include <fluidsynth.h>
 
+#include "engine/preset_bank.h"
 #include "engine/sound_font.h"
 #include "engine/sound_font_check.h"
 #include "engine/sound_font_synth.h"
@@ -28,10 +30,12 @@ constexpr int kGrid = 64;
 constexpr int kPrograms = 128;
 constexpr int kDrumBank = 128;
 constexpr int kBanks = kDrumBank + 1;
+constexpr int kDrums = 9;
 
 /// Voices at once: far above what a dense song needs, and few enough that a hostile one cannot
 /// take the processor.
 constexpr int kPolyphony = 512;
+constexpr int kChannelPolyphony = 256;
 
 /// A bank's full scale is one voice at full velocity and volume. Half of that leaves an
 /// arrangement of many voices around 1.0.
@@ -103,15 +107,15 @@ class BankFile : public ByteSource {
   Part tables_;
 };
 
-/// FluidSynth opens banks by name; this name says which BankFile is meant.
+/// FluidSynth opens banks by name; this name says which source is meant.
 constexpr std::string_view kNamePrefix = "bank:";
 
-std::string NameOf(const BankFile& bank) {
+std::string NameOf(const ByteSource& bank) {
   return std::string(kNamePrefix) + std::to_string(reinterpret_cast<std::uintptr_t>(&bank));
 }
 
 struct BankReader {
-  BankFile* bank;
+  ByteSource* bank;
   std::int64_t position = 0;
 };
 
@@ -120,7 +124,7 @@ void* OpenBank(const char* name) {
   if (!text.starts_with(kNamePrefix)) return nullptr;
   std::uintptr_t address = 0;
   std::from_chars(name + kNamePrefix.size(), name + text.size(), address);
-  return new (std::nothrow) BankReader{reinterpret_cast<BankFile*>(address)};
+  return new (std::nothrow) BankReader{reinterpret_cast<ByteSource*>(address)};
 }
 
 int ReadBank(void* to, fluid_long_long_t count, void* handle) {
@@ -150,15 +154,23 @@ int CloseBank(void* handle) {
   return FLUID_OK;
 }
 
-SettingsPointer MakeSettings(int polyphony, int channels) {
+/// When FluidSynth reads samples: all with the bank, or those of a preset when it is chosen.
+enum class Reading { kWholeBank, kChosenPresets };
+
+SettingsPointer MakeSettings(int polyphony, int channels, Reading reading) {
   SettingsPointer settings(new_fluid_settings());
   if (!settings) return settings;
   const std::pair<const char*, int> kNumbers[] = {
-      {"synth.polyphony", polyphony},   {"synth.audio-channels", channels},
-      {"synth.audio-groups", channels}, {"synth.midi-channels", kChannels},
-      {"synth.reverb.active", 0},       {"synth.chorus.active", 0},
-      {"synth.cpu-cores", 1},           {"synth.threadsafe-api", 0},
-      {"synth.lock-memory", 0},         {"synth.dynamic-sample-loading", 0},
+      {"synth.polyphony", polyphony},
+      {"synth.audio-channels", channels},
+      {"synth.audio-groups", channels},
+      {"synth.midi-channels", kChannels},
+      {"synth.reverb.active", 0},
+      {"synth.chorus.active", 0},
+      {"synth.cpu-cores", 1},
+      {"synth.threadsafe-api", 0},
+      {"synth.lock-memory", 0},
+      {"synth.dynamic-sample-loading", reading == Reading::kChosenPresets},
   };
   for (const auto& [name, value] : kNumbers) fluid_settings_setint(settings.get(), name, value);
   fluid_settings_setnum(settings.get(), "synth.sample-rate", kSampleRate);
@@ -188,23 +200,24 @@ void InitialiseOnce() {
     for (int level = FLUID_PANIC; level < LAST_LOG_LEVEL; ++level) {
       fluid_set_log_function(level, nullptr, nullptr);
     }
-    const SettingsPointer settings = MakeSettings(1, 1);
+    const SettingsPointer settings = MakeSettings(1, 1, Reading::kWholeBank);
     if (settings) SynthPointer(new_fluid_synth(settings.get()));
     return true;
   }();
   static_cast<void>(done);
 }
 
-/// A FluidSynth with a bank in it. Each has parameters of its own, for FluidSynth counts the voices
-/// that use a sample without a guard against other threads; the sample data itself is shared.
+/// A FluidSynth that reads banks from sources. Each has parameters of its own, for FluidSynth
+/// counts the voices that use a sample without a guard against other threads; the sample data
+/// itself is shared.
 struct LoadedSynth {
   SettingsPointer settings;
   SynthPointer synth;
   int bank_id = FLUID_FAILED;
 
-  static std::optional<LoadedSynth> Make(const BankFile& bank, int polyphony, int channels) {
+  static std::optional<LoadedSynth> Make(int polyphony, int channels, Reading reading) {
     LoadedSynth made;
-    made.settings = MakeSettings(polyphony, channels);
+    made.settings = MakeSettings(polyphony, channels, reading);
     if (!made.settings) return std::nullopt;
     made.synth.reset(new_fluid_synth(made.settings.get()));
     fluid_sfloader_t* loader = new_fluid_defsfloader(made.settings.get());
@@ -214,62 +227,121 @@ struct LoadedSynth {
     }
     fluid_sfloader_set_callbacks(loader, OpenBank, ReadBank, SeekBank, TellBank, CloseBank);
     fluid_synth_add_sfloader(made.synth.get(), loader);
-    made.bank_id = fluid_synth_sfload(made.synth.get(), NameOf(bank).c_str(), 0);
-    if (made.bank_id == FLUID_FAILED) return std::nullopt;
     TuneTheWheel(made.synth.get());
     return made;
+  }
+
+  static std::optional<LoadedSynth> Make(const ByteSource& bank, int polyphony, int channels,
+                                         Reading reading) {
+    std::optional<LoadedSynth> made = Make(polyphony, channels, reading);
+    if (made) made->bank_id = made->Load(bank);
+    if (made && made->bank_id == FLUID_FAILED) made.reset();
+    return made;
+  }
+
+  int Load(const ByteSource& bank) const {
+    return fluid_synth_sfload(synth.get(), NameOf(bank).c_str(), 0);
   }
 };
 
 class FluidSoundFont;
 
-class FluidSynthesiser : public SoundFontSynth {
+/// A preset's place in a bank.
+struct Place {
+  int bank;
+  int program;
+  auto operator<=>(const Place&) const = default;
+};
+
+/// The events of a SoundFontSynth or a ChannelSynth, handed to FluidSynth.
+template <typename Interface>
+class FluidEvents : public Interface {
  public:
-  FluidSynthesiser(LoadedSynth loaded, std::shared_ptr<const FluidSoundFont> font);
+  FluidEvents(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> font)
+      : font_(std::move(font)), loaded_(std::move(loaded)), synth_(loaded_.synth.get()) {}
 
-  void NoteOn(int channel, int key, int velocity) override;
-  void NoteOff(int channel, int key) override;
-  void KeyPressure(int channel, int key, int value) override;
-  void ChannelPressure(int channel, int value) override;
-  void Controller(int channel, int controller, int value) override;
-  void PitchWheel(int channel, int value) override;
+  void NoteOn(int channel, int key, int velocity) override {
+    if (presets_[channel]) fluid_synth_noteon(synth_, channel, key, velocity);
+  }
+  void NoteOff(int channel, int key) override { fluid_synth_noteoff(synth_, channel, key); }
+  void KeyPressure(int channel, int key, int value) override {
+    fluid_synth_key_pressure(synth_, channel, key, value);
+  }
+  void ChannelPressure(int channel, int value) override {
+    fluid_synth_channel_pressure(synth_, channel, value);
+  }
+  void Controller(int channel, int controller, int value) override {
+    fluid_synth_cc(synth_, channel, controller, value);
+  }
+  void PitchWheel(int channel, int value) override {
+    fluid_synth_pitch_bend(synth_, channel, value);
+  }
   void Preset(int channel, int bank, int program, bool drums) override;
-  void AllNotesOff(int channel) override;
+  void AllNotesOff(int channel) override { fluid_synth_all_notes_off(synth_, channel); }
   void AllSoundOff(int channel) override;
-  void Reset() override;
-  void Render(DryBlock& block, int frames) override;
-  int ActiveVoices() const override;
-  bool Audible(int channel) const override { return audible_[channel]; }
+  int ActiveVoices() const override { return fluid_synth_get_active_voice_count(synth_); }
 
- private:
-  struct Place {
-    int bank;
-    int program;
-    bool operator==(const Place&) const = default;
-  };
-
+ protected:
+  void Choose(int channel, std::optional<Place> place) {
+    presets_[channel] = place;
+    Select(channel);
+  }
   void Select(int channel);
-  void Discard(int frames);
   std::optional<Place> Find(int bank, int program, bool drums) const;
+  void Discard(int frames);
+  void Silence();
 
-  std::shared_ptr<const FluidSoundFont> font_;  // outlives the synthesiser that reads its file
+  /// Number of the loaded bank in which a preset stands.
+  virtual int BankWith(const Place& /*place*/) { return loaded_.bank_id; }
+
+  std::shared_ptr<FluidSoundFont> font_;  // outlives the synthesiser that reads its file
   LoadedSynth loaded_;
   fluid_synth_t* synth_;
   std::array<std::optional<Place>, kChannels> presets_;
-  std::array<bool, kChannels> audible_{};
-  std::array<fluid_voice_t*, kPolyphony> voices_;
   int phase_ = 0;  // frames already taken from the grid's present step
+
+ private:
+  std::array<fluid_voice_t*, kPolyphony> voices_;
+};
+
+class FluidSynthesiser final : public FluidEvents<SoundFontSynth> {
+ public:
+  FluidSynthesiser(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> font);
+
+  void Reset() override;
+  void Render(DryBlock& block, int frames) override;
+  bool Audible(int channel) const override { return audible_[channel]; }
+
+ private:
+  std::array<bool, kChannels> audible_{};
+};
+
+class FluidChannel final : public FluidEvents<ChannelSynth> {
+ public:
+  FluidChannel(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> font, int channel);
+
+  void Reset() override;
+  bool Render(float* left, float* right, int frames) override;
+
+ private:
+  int BankWith(const Place& place) override;
+  void Process(float* left, float* right, int frames);
+
+  const int channel_;
+  std::map<Place, int> banks_;  ///< presets that have been read
+  bool resting_ = true;         ///< FluidSynth stands still at the beginning of a step
 };
 
 class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<FluidSoundFont> {
  public:
-  FluidSoundFont(std::unique_ptr<BankFile> bank, LoadedSynth catalogue)
-      : bank_(std::move(bank)), catalogue_(std::move(catalogue)), names_(kBanks * kPrograms) {
+  /// The catalogue is a synthesiser that has the bank and never plays.
+  FluidSoundFont(std::unique_ptr<BankFile> bank, const LoadedSynth& catalogue)
+      : bank_(std::move(bank)), names_(kBanks * kPrograms) {
     info_.name = bank_->header().name;
     info_.copyright = bank_->header().copyright;
     info_.comment = bank_->header().comment;
     info_.sample_bytes = bank_->header().samples.size;
-    fluid_sfont_t* font = fluid_synth_get_sfont_by_id(catalogue_.synth.get(), catalogue_.bank_id);
+    fluid_sfont_t* font = fluid_synth_get_sfont_by_id(catalogue.synth.get(), catalogue.bank_id);
     fluid_sfont_iteration_start(font);
     while (fluid_preset_t* preset = fluid_sfont_iteration_next(font)) {
       ++info_.presets;
@@ -280,6 +352,9 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
       if (!name) name = fluid_preset_get_name(preset);
     }
   }
+
+  /// Holds the samples in FluidSynth's cache from now on.
+  void Keep(LoadedSynth whole) { whole_ = std::move(whole); }
 
   const SoundFontInfo& info() const override { return info_; }
 
@@ -298,6 +373,13 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
     return std::make_unique<FluidSynthesiser>(std::move(*loaded), shared_from_this());
   }
 
+  std::unique_ptr<ChannelSynth> CreateChannelSynth(int channel) override {
+    std::optional<LoadedSynth> loaded =
+        LoadedSynth::Make(kChannelPolyphony, 1, Reading::kChosenPresets);
+    if (!loaded) return nullptr;
+    return std::make_unique<FluidChannel>(std::move(*loaded), shared_from_this(), channel);
+  }
+
   void Prepare() override {
     {
       const std::lock_guard lock(mutex_);
@@ -310,6 +392,17 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
     preparing_ = false;
   }
 
+  /// The preset as a bank of its own, the same one for every caller, so that its samples are
+  /// shared. Null where it cannot be read.
+  const ByteSource* PresetAlone(const Place& place) {
+    const std::lock_guard lock(preset_mutex_);
+    auto& preset = preset_banks_[place];
+    if (preset == nullptr) {
+      preset = PresetBank::Make(*bank_, bank_->header(), place.bank, place.program);
+    }
+    return preset.get();
+  }
+
  private:
   static bool InRange(int preset, int bank) {
     return preset >= 0 && preset < kPrograms && bank >= 0 && bank < kBanks;
@@ -318,8 +411,12 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
     return static_cast<std::size_t>(bank * kPrograms + preset);
   }
 
-  std::optional<LoadedSynth> Make() const {
-    return LoadedSynth::Make(*bank_, kPolyphony, kChannels);
+  std::optional<LoadedSynth> Make() {
+    {
+      const std::lock_guard lock(whole_mutex_);
+      if (!whole_) whole_ = LoadedSynth::Make(*bank_, 1, 1, Reading::kWholeBank);
+    }
+    return LoadedSynth::Make(*bank_, kPolyphony, kChannels, Reading::kWholeBank);
   }
 
   std::optional<LoadedSynth> TakeSpare() {
@@ -328,7 +425,10 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
   }
 
   std::unique_ptr<BankFile> bank_;
-  LoadedSynth catalogue_;  // never plays: keeps the samples in FluidSynth's cache
+  std::mutex preset_mutex_;
+  std::map<Place, std::unique_ptr<PresetBank>> preset_banks_;
+  std::mutex whole_mutex_;
+  std::optional<LoadedSynth> whole_;  // never plays: keeps the samples in FluidSynth's cache
   SoundFontInfo info_;
   std::vector<std::optional<std::string>> names_;
   std::mutex mutex_;
@@ -336,39 +436,10 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
   bool preparing_ = false;
 };
 
-FluidSynthesiser::FluidSynthesiser(LoadedSynth loaded, std::shared_ptr<const FluidSoundFont> font)
-    : font_(std::move(font)), loaded_(std::move(loaded)), synth_(loaded_.synth.get()) {
-  constexpr int kDrumChannel = 9;
-  for (int channel = 0; channel < kChannels; ++channel) {
-    presets_[channel] = Find(0, 0, channel == kDrumChannel);
-    Select(channel);
-  }
-}
+// ---- Events
 
-void FluidSynthesiser::NoteOn(int channel, int key, int velocity) {
-  if (presets_[channel]) fluid_synth_noteon(synth_, channel, key, velocity);
-}
-
-void FluidSynthesiser::NoteOff(int channel, int key) { fluid_synth_noteoff(synth_, channel, key); }
-
-void FluidSynthesiser::KeyPressure(int channel, int key, int value) {
-  fluid_synth_key_pressure(synth_, channel, key, value);
-}
-
-void FluidSynthesiser::ChannelPressure(int channel, int value) {
-  fluid_synth_channel_pressure(synth_, channel, value);
-}
-
-void FluidSynthesiser::Controller(int channel, int controller, int value) {
-  fluid_synth_cc(synth_, channel, controller, value);
-}
-
-void FluidSynthesiser::PitchWheel(int channel, int value) {
-  fluid_synth_pitch_bend(synth_, channel, value);
-}
-
-std::optional<FluidSynthesiser::Place> FluidSynthesiser::Find(int bank, int program,
-                                                              bool drums) const {
+template <typename Interface>
+std::optional<Place> FluidEvents<Interface>::Find(int bank, int program, bool drums) const {
   const Place choices[] = {{drums ? kDrumBank : bank, program},
                            drums ? Place{kDrumBank, 0} : Place{0, program}};
   for (const Place& place : choices) {
@@ -377,27 +448,27 @@ std::optional<FluidSynthesiser::Place> FluidSynthesiser::Find(int bank, int prog
   return std::nullopt;
 }
 
-void FluidSynthesiser::Preset(int channel, int bank, int program, bool drums) {
+template <typename Interface>
+void FluidEvents<Interface>::Preset(int channel, int bank, int program, bool drums) {
   const std::optional<Place> found = Find(bank, program, drums);
-  if (found == presets_[channel]) return;
-  presets_[channel] = found;
-  Select(channel);
+  if (found != presets_[channel]) Choose(channel, found);
 }
 
-void FluidSynthesiser::Select(int channel) {
+template <typename Interface>
+void FluidEvents<Interface>::Select(int channel) {
   const std::optional<Place>& place = presets_[channel];
-  if (place) {
-    fluid_synth_program_select(synth_, channel, loaded_.bank_id, place->bank, place->program);
+  const int bank = place ? BankWith(*place) : FLUID_FAILED;
+  if (bank != FLUID_FAILED) {
+    fluid_synth_program_select(synth_, channel, bank, place->bank, place->program);
   } else {
     fluid_synth_unset_program(synth_, channel);
   }
 }
 
-void FluidSynthesiser::AllNotesOff(int channel) { fluid_synth_all_notes_off(synth_, channel); }
-
 // FluidSynth's own operation cuts the voices between two samples, which clicks. A voice whose
 // attenuation changes gets there in one step of the grid instead; its release then ends it.
-void FluidSynthesiser::AllSoundOff(int channel) {
+template <typename Interface>
+void FluidEvents<Interface>::AllSoundOff(int channel) {
   fluid_synth_get_voicelist(synth_, voices_.data(), kPolyphony, -1);
   for (fluid_voice_t* voice : voices_) {
     if (voice == nullptr) break;
@@ -419,24 +490,39 @@ void FluidSynthesiser::AllSoundOff(int channel) {
   }
 }
 
+template <typename Interface>
+void FluidEvents<Interface>::Discard(int frames) {
+  std::array<float, kGrid> nowhere;
+  float* out[] = {nowhere.data(), nowhere.data()};
+  fluid_synth_process(synth_, frames, 0, nullptr, 2, out);
+}
+
 // A system reset alone would leave the voices playing, so they are ended first. They leave the
 // mixer in the next step of the grid, which is thrown away together with the rest of the present
 // one.
-void FluidSynthesiser::Reset() {
+template <typename Interface>
+void FluidEvents<Interface>::Silence() {
   constexpr int kAllChannels = -1;
   fluid_synth_all_sounds_off(synth_, kAllChannels);
   if (phase_ != 0) Discard(kGrid - phase_);
   Discard(kGrid);
   phase_ = 0;
   fluid_synth_system_reset(synth_);
-  for (int channel = 0; channel < kChannels; ++channel) Select(channel);
-  audible_.fill(false);
 }
 
-void FluidSynthesiser::Discard(int frames) {
-  std::array<float, kGrid> nowhere;
-  float* out[] = {nowhere.data(), nowhere.data()};
-  fluid_synth_process(synth_, frames, 0, nullptr, 2, out);
+// ---- All channels
+
+FluidSynthesiser::FluidSynthesiser(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> font)
+    : FluidEvents(std::move(loaded), std::move(font)) {
+  for (int channel = 0; channel < kChannels; ++channel) {
+    Choose(channel, Find(0, 0, channel == kDrums));
+  }
+}
+
+void FluidSynthesiser::Reset() {
+  Silence();
+  for (int channel = 0; channel < kChannels; ++channel) Select(channel);
+  audible_.fill(false);
 }
 
 void FluidSynthesiser::Render(DryBlock& block, int frames) {
@@ -459,21 +545,72 @@ void FluidSynthesiser::Render(DryBlock& block, int frames) {
   }
 }
 
-int FluidSynthesiser::ActiveVoices() const { return fluid_synth_get_active_voice_count(synth_); }
+// ---- One channel
+
+FluidChannel::FluidChannel(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> font, int channel)
+    : FluidEvents(std::move(loaded), std::move(font)), channel_(channel) {}
+
+int FluidChannel::BankWith(const Place& place) {
+  const auto known = banks_.find(place);
+  if (known != banks_.end()) return known->second;
+  const ByteSource* preset = font_->PresetAlone(place);
+  const int bank = preset != nullptr ? loaded_.Load(*preset) : FLUID_FAILED;
+  // Otherwise its samples would go away when another preset is chosen, to be read again later.
+  if (bank != FLUID_FAILED) fluid_synth_pin_preset(synth_, bank, place.bank, place.program);
+  banks_.emplace(place, bank);
+  return bank;
+}
+
+void FluidChannel::Reset() {
+  if (resting_) phase_ = 0;
+  Silence();
+  resting_ = true;
+  Select(channel_);
+}
+
+// While nothing sounds, FluidSynth stands still at the beginning of a step of the grid and only the
+// place in that step moves on. A voice that is waiting begins with the next step.
+bool FluidChannel::Render(float* left, float* right, int frames) {
+  int done = 0;
+  if (resting_) {
+    const bool waiting = ActiveVoices() > 0;
+    done = waiting ? std::min((kGrid - phase_) % kGrid, frames) : frames;
+    std::fill_n(left, done, 0.0f);
+    std::fill_n(right, done, 0.0f);
+    phase_ = (phase_ + done) % kGrid;
+    resting_ = !waiting || phase_ != 0;
+  }
+  if (done == frames) return false;
+  Process(left + done, right + done, frames - done);
+  return true;
+}
+
+void FluidChannel::Process(float* left, float* right, int frames) {
+  float* out[] = {left, right};
+  std::fill_n(left, frames, 0.0f);
+  std::fill_n(right, frames, 0.0f);
+  fluid_synth_process(synth_, frames, 0, nullptr, 2, out);
+  phase_ = (phase_ + frames) % kGrid;
+  resting_ = phase_ == 0 && ActiveVoices() == 0;
+}
 
 }  // namespace
 
-std::shared_ptr<SoundFont> SoundFont::Load(const std::string& path, Error* error) {
+std::shared_ptr<SoundFont> SoundFont::Load(const std::string& path, Error* error, Samples samples) {
   InitialiseOnce();
   auto bank = std::make_unique<BankFile>(path);
   *error = Error::kOpen;
   if (!bank->is_open()) return nullptr;
   *error = Error::kFormat;
   if (!bank->Check()) return nullptr;
-  std::optional<LoadedSynth> catalogue = LoadedSynth::Make(*bank, 1, 1);
+  const bool at_once = samples == Samples::kAtOnce;
+  std::optional<LoadedSynth> catalogue =
+      LoadedSynth::Make(*bank, 1, 1, at_once ? Reading::kWholeBank : Reading::kChosenPresets);
   if (!catalogue) return nullptr;
   *error = Error::kNone;
-  return std::make_shared<FluidSoundFont>(std::move(bank), std::move(*catalogue));
+  auto font = std::make_shared<FluidSoundFont>(std::move(bank), *catalogue);
+  if (at_once) font->Keep(std::move(*catalogue));
+  return font;
 }
 
 std::string SynthesiserVersion() { return std::string("FluidSynth ") + fluid_version_str(); }

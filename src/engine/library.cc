@@ -52,7 +52,8 @@ int Library::Init(int device, bass::DWORD frequency) {
   const std::lock_guard lock(mutex_);
   if (initialised_) return bass::BASS_ERROR_ALREADY;
   const std::lock_guard device_lock(device_mutex_);
-  device_ = OutputDevice::Create(device != 0, &Library::Render, this);
+  plays_ = device != 0;
+  device_ = OutputDevice::Create(plays_, &Library::Render, this);
   taken_.store(0);
   device_view_.store(device_.get());
   device_running_ = false;
@@ -117,6 +118,8 @@ void Library::SetProcessStarter(ProcessStarter starter) {
   starter_ = std::move(starter);
 }
 
+void Library::SetRenderThreads(int threads) { render_threads_.store(std::max(threads, 0)); }
+
 bass::DWORD Library::NewHandle() { return last_handle_.fetch_add(1) + 1; }
 
 void Library::Beside(std::function<void()> work) {
@@ -158,9 +161,10 @@ int Library::CreateStreamFromMemory(const std::uint8_t* data, std::uint64_t leng
 int Library::AddStream(std::shared_ptr<const Song> song, bass::DWORD flags, bass::HSTREAM* handle) {
   if (song == nullptr) return bass::BASS_ERROR_FILEFORM;
   *handle = NewHandle();
-  auto stream = std::make_shared<Stream>(
-      *handle, std::move(song), (flags & bass::BASS_STREAM_DECODE) != 0,
-      (flags & bass::BASS_MIDI_DECAYEND) != 0, static_cast<StreamOutput&>(*this));
+  auto stream =
+      std::make_shared<Stream>(*handle, std::move(song), (flags & bass::BASS_STREAM_DECODE) != 0,
+                               (flags & bass::BASS_MIDI_DECAYEND) != 0, render_threads_.load(),
+                               static_cast<StreamOutput&>(*this));
   bass::HSOUNDFONT font_handle = 0;
   std::shared_ptr<SoundFont> font;
   {
@@ -211,11 +215,14 @@ int Library::FreeStream(bass::HSTREAM handle) {
 int Library::LoadFont(const std::string& path, bass::HSOUNDFONT* handle) {
   if (!initialised()) return bass::BASS_ERROR_INIT;
   SoundFont::Error error = SoundFont::Error::kNone;
-  std::shared_ptr<SoundFont> font = SoundFont::Load(path, &error);
+  // Without a device songs are rendered to files, and these read what they need of a bank.
+  const bool plays = plays_.load();
+  std::shared_ptr<SoundFont> font = SoundFont::Load(
+      path, &error, plays ? SoundFont::Samples::kAtOnce : SoundFont::Samples::kWhenPlayed);
   if (font == nullptr) {
     return error == SoundFont::Error::kOpen ? bass::BASS_ERROR_FILEOPEN : bass::BASS_ERROR_FILEFORM;
   }
-  font->Prepare();
+  if (plays) font->Prepare();
   *handle = NewHandle();
   const std::lock_guard lock(mutex_);
   if (!initialised_) return bass::BASS_ERROR_INIT;
@@ -257,7 +264,9 @@ int Library::SetFont(bass::HSTREAM stream, bass::HSOUNDFONT font) {
   const std::shared_ptr<Stream> target = FindStream(stream);
   if (target == nullptr) return bass::BASS_ERROR_HANDLE;
   const int error = target->SetFont(bank, font);
-  if (error == bass::BASS_OK && bank != nullptr) Beside([bank] { bank->Prepare(); });
+  if (error == bass::BASS_OK && bank != nullptr && !target->decoding()) {
+    Beside([bank] { bank->Prepare(); });
+  }
   return error;
 }
 

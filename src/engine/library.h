@@ -35,6 +35,7 @@ class Library final : private StreamOutput {
   std::string OutputName() const;
   std::uint64_t LateBlocks() const;
   void SetProcessStarter(ProcessStarter starter);
+  void SetRenderThreads(int threads);
 
   /// Null where the handle is none of a stream. A callback that asks for its own stream gets it
   /// without a lock.
@@ -86,6 +87,8 @@ class Library final : private StreamOutput {
   std::mutex life_mutex_;     ///< Init against Free; taken before the others
   mutable std::mutex mutex_;  ///< guards the tables; never held while a callback may run
   bool initialised_ = false;
+  std::atomic<bool> plays_{false};  ///< there is a device to play on
+  std::atomic<int> render_threads_{static_cast<int>(std::thread::hardware_concurrency())};
   std::map<bass::HSTREAM, std::shared_ptr<Stream>> streams_;
   std::map<bass::HSOUNDFONT, std::shared_ptr<SoundFont>> fonts_;
   std::map<bass::HENCODE, EncoderEntry> encoders_;

@@ -38,16 +38,21 @@ std::uint32_t ClampTempo(std::uint32_t tempo) {
 
 }  // namespace
 
-Renderer::Renderer(std::shared_ptr<const Song> song, bool decay_at_end, bass::DWORD stream,
-                   RendererObserver& observer, SyncList& syncs, DspList& dsps)
+Renderer::Renderer(std::shared_ptr<const Song> song, RenderFor purpose, bool decay_at_end,
+                   bass::DWORD stream, RendererObserver& observer, SyncList& syncs, DspList& dsps)
     : song_(std::move(song)),
       decay_at_end_(decay_at_end),
       stream_(stream),
       observer_(observer),
       syncs_(syncs),
-      dsps_(dsps),
-      dry_(std::make_unique<DryBlock>()),
-      dry_outgoing_(std::make_unique<DryBlock>()) {
+      dsps_(dsps) {
+  if (purpose == RenderFor::kFile) {
+    ensemble_ = std::make_unique<Ensemble>();
+    voices_ = ensemble_.get();
+  } else {
+    dry_ = std::make_unique<DryBlock>();
+    dry_outgoing_ = std::make_unique<DryBlock>();
+  }
   Seek(0);
 }
 
@@ -56,49 +61,105 @@ Renderer::~Renderer() = default;
 // ---- Rendering
 
 int Renderer::Render(std::int16_t* out, int frames) {
-  block_frames_ = 0;
+  // What a DSP sees is counted from the first frame of a block on.
   for (std::size_t index = 0; index < dsps_.size(); ++index) {
-    if (Dsp* dsp = dsps_.At(index)) dsp->first_frame = 0;
+    if (Dsp* dsp = dsps_.At(index))
+      dsp->first_frame = std::max(dsp->first_frame - block_frames_, 0);
   }
-  while (block_frames_ < frames && !finished()) {
-    if (!ReachPlace()) break;
-    const int count = FramesToNextPlace(frames - block_frames_);
-    RenderPiece(out + 2 * block_frames_, count);
-    observer_.OnPiece(block_frames_, count, position_, ratio_);
-    block_frames_ += count;
-    position_ += static_cast<std::uint64_t>(count);
-    if (decaying_) decayed_ += static_cast<std::uint64_t>(count);
+  block_frames_ = 0;
+  if (ensemble_ != nullptr) {
+    RenderFile(out, frames);
+  } else {
+    RenderLive(out, frames);
   }
   RunDsps(out, block_frames_);
   return block_frames_;
 }
 
-// Does all that is due before the next frame. False where nothing more is to be rendered.
-bool Renderer::ReachPlace() {
-  for (;;) {
-    if (!FirePositionSyncs()) return false;
-    if (next_ >= song_->events().size() || next_frame_ > position_) break;
-    if (!ProcessEvent(next_++)) return false;
+void Renderer::RenderLive(std::int16_t* out, int frames) {
+  while (block_frames_ < frames && ReachPlace() == Reached::kRender) {
+    const int count = FramesToNextPlace(frames - block_frames_);
+    RenderPiece(out + 2 * block_frames_, count);
+    observer_.OnPiece(block_frames_, count, position_, ratio_);
+    block_frames_ += count;
+    MoveOn(count);
   }
-  if (next_ < song_->events().size()) return true;
+}
+
+void Renderer::RenderFile(std::int16_t* out, int frames) {
+  while (block_frames_ < frames) {
+    PlanAhead(frames - block_frames_);
+    if (!ensemble_->HasClosed()) break;
+    if (font_ != nullptr) console_.SetMaster(Master());
+    block_frames_ += ensemble_->Take(console_, out + 2 * block_frames_, frames - block_frames_);
+  }
+}
+
+// Plans as many windows as there is room for; without running ahead, no more than are wanted.
+void Renderer::PlanAhead(int wanted) {
+  planning_ = true;
+  while (ensemble_->HasRoom()) {
+    const int missing = run_ahead_ ? Ensemble::kWindow : wanted - ensemble_->FramesAhead();
+    if (missing <= 0 || !PlanWindow(std::min(missing, Ensemble::kWindow))) break;
+  }
+  planning_ = false;
+}
+
+// False where the sequencer cannot go on.
+bool Renderer::PlanWindow(int frames) {
+  Reached reached = Reached::kRender;
+  while (reached == Reached::kRender && ensemble_->OpenFrames() < frames) {
+    reached = ReachPlace();
+    if (reached != Reached::kRender) break;
+    if (fresh_) Desk({.kind = DeskEvent::Kind::kSnap});
+    fresh_ = false;
+    const int count = FramesToNextPlace(frames - ensemble_->OpenFrames());
+    ensemble_->Advance(count, {position_, ratio_});
+    MoveOn(count);
+  }
+  ensemble_->Close();
+  return reached == Reached::kRender || reached == Reached::kClose;
+}
+
+void Renderer::MoveOn(int frames) {
+  position_ += static_cast<std::uint64_t>(frames);
+  if (decaying_) decayed_ += static_cast<std::uint64_t>(frames);
+}
+
+// Does all that is due before the next frame.
+Renderer::Reached Renderer::ReachPlace() {
+  if (ended_ || stopped_) return Reached::kEnd;
+  for (;;) {
+    if (IsAhead() && PositionSyncIsDue()) return Reached::kWait;
+    if (!FirePositionSyncs()) return Reached::kEnd;
+    if (next_ >= song_->events().size() || next_frame_ > position_) break;
+    if (!ProcessEvent(next_++)) return Reached::kEnd;
+    if (ensemble_ != nullptr && ensemble_->IsFull()) return Reached::kClose;
+  }
+  if (next_ < song_->events().size()) return Reached::kRender;
   if (!decaying_) {
     decaying_ = true;
     decayed_ = 0;
     ReleaseEverything();
   }
-  if (!decay_at_end_ || DecayIsOver()) {
-    ended_ = true;
-    CallSyncs(bass::BASS_SYNC_END, 0, 0);
-    return false;
-  }
-  return true;
+  if (decay_at_end_ && decayed_ % kDecayCheck != 0) return Reached::kRender;
+  if (ensemble_ != nullptr && !ensemble_->IsSettled()) return Reached::kWait;
+  if (decay_at_end_ && !DecayIsOver()) return Reached::kRender;
+  ended_ = true;
+  CallSyncs(bass::BASS_SYNC_END, 0, 0);
+  return Reached::kEnd;
 }
 
 bool Renderer::DecayIsOver() {
   if (decayed_ >= kLongestDecay) return true;
-  if (decayed_ % kDecayCheck != 0) return false;
-  const bool voices = (synth_ != nullptr && synth_->ActiveVoices() > 0) || fade_left_ > 0;
+  const bool voices = ensemble_ != nullptr
+                          ? ensemble_->ActiveVoices() > 0 || ensemble_->IsCrossing()
+                          : (synth_ != nullptr && synth_->ActiveVoices() > 0) || fade_left_ > 0;
   return !voices && console_.TailIsOver();
+}
+
+float Renderer::Master() const {
+  return kMasterGain * font_->volume.load(std::memory_order_relaxed);
 }
 
 int Renderer::FramesToNextPlace(int wanted) {
@@ -117,7 +178,7 @@ int Renderer::FramesToNextPlace(int wanted) {
 void Renderer::RenderPiece(std::int16_t* out, int frames) {
   std::uint32_t audible = 0;
   if (synth_ != nullptr) {
-    console_.SetMaster(kMasterGain * font_->volume.load(std::memory_order_relaxed));
+    console_.SetMaster(Master());
     synth_->Render(*dry_, frames);
     for (int channel = 0; channel < kChannels; ++channel) {
       if (synth_->Audible(channel)) audible |= 1u << channel;
@@ -184,6 +245,16 @@ void Renderer::UpdateSync(Sync& sync) {
   sync.ratio_serial = ratio_serial_;
 }
 
+bool Renderer::PositionSyncIsDue() {
+  for (std::size_t index = 0; index < syncs_.size(); ++index) {
+    Sync* sync = syncs_.At(index);
+    if (sync == nullptr || sync->type != bass::BASS_SYNC_POS || sync->passed) continue;
+    UpdateSync(*sync);
+    if (sync->frame == position_) return true;
+  }
+  return false;
+}
+
 bool Renderer::FirePositionSyncs() {
   for (std::size_t index = 0; index < syncs_.size(); ++index) {
     Sync* sync = syncs_.At(index);
@@ -206,7 +277,7 @@ void Renderer::CallSyncs(bass::DWORD type, bass::DWORD param, bass::DWORD data) 
     if (sync->mix_time) {
       sync->proc(sync->handle, stream_, data, sync->user);
     } else {
-      observer_.OnHeardSync(index, data, block_frames_);
+      observer_.OnHeardSync(index, data, frame_of_block());
     }
   }
 }
@@ -261,31 +332,31 @@ void Renderer::Note(int channel, int key, int velocity) {
 
 void Renderer::KeyPressure(int channel, int key, int value) {
   const HeldKey& held = held_[channel][key];
-  if (synth_ == nullptr || held.count == 0 || held.notes[0].key == kUnplayable) return;
-  synth_->KeyPressure(channel, held.notes[0].key, value);
+  if (voices_ == nullptr || held.count == 0 || held.notes[0].key == kUnplayable) return;
+  voices_->KeyPressure(channel, held.notes[0].key, value);
 }
 
 void Renderer::ChannelPressure(int channel, int value) {
-  if (synth_ != nullptr) synth_->ChannelPressure(channel, value);
+  if (voices_ != nullptr) voices_->ChannelPressure(channel, value);
 }
 
 void Renderer::Controller(int channel, int controller, int value) {
   // The low byte of the bank is not part of a SoundFont's bank number.
-  if (synth_ != nullptr && controller != 32) synth_->Controller(channel, controller, value);
+  if (voices_ != nullptr && controller != 32) voices_->Controller(channel, controller, value);
 }
 
 void Renderer::Mode(int channel, bass::DWORD event) {
   if (event == bass::MIDI_EVENT_SOUNDOFF) {
-    if (synth_ != nullptr) synth_->AllSoundOff(channel);
+    if (voices_ != nullptr) voices_->AllSoundOff(channel);
     ForgetHeld(channel);
   } else if (event == bass::MIDI_EVENT_NOTESOFF) {
-    if (synth_ != nullptr) synth_->AllNotesOff(channel);
+    if (voices_ != nullptr) voices_->AllNotesOff(channel);
     ForgetHeld(channel);
-  } else if (synth_ != nullptr) {
-    for (const int pedal : {65, 66, 67, 68}) synth_->Controller(channel, pedal, 0);
-    synth_->Controller(channel, kRpnMsb, 127);
-    synth_->Controller(channel, kRpnLsb, 127);
-    synth_->ChannelPressure(channel, 0);
+  } else if (voices_ != nullptr) {
+    for (const int pedal : {65, 66, 67, 68}) voices_->Controller(channel, pedal, 0);
+    voices_->Controller(channel, kRpnMsb, 127);
+    voices_->Controller(channel, kRpnLsb, 127);
+    voices_->ChannelPressure(channel, 0);
   }
   Raise(event, channel, 0);
 }
@@ -299,7 +370,7 @@ void Renderer::ValueChanged(int channel, ChannelValue which) {
 
 void Renderer::EffectChanged(EffectParameter which) {
   const std::uint32_t value = state_.effect[static_cast<std::size_t>(which)];
-  console_.SetEffect(which, value);
+  Desk({DeskEvent::Kind::kEffect, static_cast<std::uint8_t>(which), value});
   observer_.OnEffect(which, value);
   Raise(bass::MIDI_EVENT_REVERB_TIME + static_cast<bass::DWORD>(which), 0, value);
 }
@@ -318,6 +389,12 @@ void Renderer::SystemReset() {
 
 // ---- Notes
 
+void Renderer::StartNote(int channel, int key, int velocity) {
+  if (voices_ == nullptr) return;
+  if (ensemble_ != nullptr && ensemble_->Wake(channel)) SendChannel(channel);
+  voices_->NoteOn(channel, key, velocity);
+}
+
 void Renderer::Press(int channel, int key, int velocity) {
   const ChannelState& strip = state_.channel[channel];
   int sounding = key;
@@ -331,7 +408,7 @@ void Renderer::Press(int channel, int key, int velocity) {
   if (held.count == kHeldPerKey) Release(channel, key);
   held.notes[held.count++] = {playable ? static_cast<std::uint8_t>(sounding) : kUnplayable,
                               static_cast<std::uint8_t>(velocity)};
-  if (playable && synth_ != nullptr) synth_->NoteOn(channel, sounding, velocity);
+  if (playable) StartNote(channel, sounding, velocity);
 }
 
 // Ends the oldest note that this key started.
@@ -341,7 +418,7 @@ void Renderer::Release(int channel, int key) {
   const HeldNote note = held.notes[0];
   std::move(held.notes.begin() + 1, held.notes.begin() + held.count, held.notes.begin());
   --held.count;
-  if (note.key != kUnplayable && synth_ != nullptr) synth_->NoteOff(channel, note.key);
+  if (note.key != kUnplayable && voices_ != nullptr) voices_->NoteOff(channel, note.key);
 }
 
 void Renderer::ForgetHeld(int channel) {
@@ -352,9 +429,9 @@ void Renderer::ForgetHeld(int channel) {
 // stay.
 void Renderer::ReleaseChannel(int channel) {
   ForgetHeld(channel);
-  if (synth_ == nullptr) return;
-  for (const int pedal : {64, 66, 69}) synth_->Controller(channel, pedal, 0);
-  synth_->AllNotesOff(channel);
+  if (voices_ == nullptr) return;
+  for (const int pedal : {64, 66, 69}) voices_->Controller(channel, pedal, 0);
+  voices_->AllNotesOff(channel);
 }
 
 void Renderer::ReleaseEverything() {
@@ -363,39 +440,48 @@ void Renderer::ReleaseEverything() {
 
 // ---- Values on their way to synthesiser and console
 
+void Renderer::Desk(const DeskEvent& event) {
+  if (ensemble_ != nullptr) {
+    ensemble_->Desk(event);
+  } else {
+    event.Apply(console_);
+  }
+}
+
 void Renderer::SendPreset(int channel) {
-  if (synth_ == nullptr) return;
+  if (voices_ == nullptr) return;
   const ChannelState& strip = state_.channel[channel];
-  synth_->Preset(channel, strip.preset_bank, strip.preset_program,
-                 strip.Get(ChannelValue::kDrums) != 0);
+  voices_->Preset(channel, strip.preset_bank, strip.preset_program,
+                  strip.Get(ChannelValue::kDrums) != 0);
 }
 
 void Renderer::SendValue(int channel, ChannelValue which) {
   const std::uint32_t value = Sounding(state_.channel[channel].Get(which), which);
+  const auto index = static_cast<std::uint8_t>(channel);
   switch (which) {
     case ChannelValue::kProgram:
     case ChannelValue::kDrums:
       SendPreset(channel);
       break;
     case ChannelValue::kPitch:
-      if (synth_ != nullptr) synth_->PitchWheel(channel, static_cast<int>(value));
+      if (voices_ != nullptr) voices_->PitchWheel(channel, static_cast<int>(value));
       break;
     case ChannelValue::kReverb:
-      console_.SetReverbSend(channel, value);
+      Desk({DeskEvent::Kind::kReverbSend, index, value});
       break;
     case ChannelValue::kChorus:
-      console_.SetChorusSend(channel, value);
+      Desk({DeskEvent::Kind::kChorusSend, index, value});
       break;
     case ChannelValue::kMixLevel:
-      console_.SetMixLevel(channel, value);
+      Desk({DeskEvent::Kind::kMixLevel, index, value});
       break;
     case ChannelValue::kBank:       // waits for the next program change
     case ChannelValue::kTranspose:  // acts on the next press
       break;
     default:
-      if (synth_ != nullptr) {
+      if (voices_ != nullptr) {
         const auto& info = kChannelValueTable[static_cast<std::size_t>(which)];
-        synth_->Controller(channel, info.controller, static_cast<int>(value));
+        voices_->Controller(channel, info.controller, static_cast<int>(value));
       }
       break;
   }
@@ -406,11 +492,11 @@ void Renderer::SendChannel(int channel) {
   for (int which = 0; which < kChannelValues; ++which) {
     SendValue(channel, static_cast<ChannelValue>(which));
   }
-  if (synth_ == nullptr) return;
-  synth_->ChannelPressure(channel, strip.pressure);
+  if (voices_ == nullptr) return;
+  voices_->ChannelPressure(channel, strip.pressure);
   for (int controller = 0; controller < 120; ++controller) {
     if (IsMomentary(controller) || ChannelValueOfController(controller) >= 0) continue;
-    synth_->Controller(channel, controller, strip.controller[controller]);
+    voices_->Controller(channel, controller, strip.controller[controller]);
   }
   const std::array<std::array<std::uint8_t, 2>, 3> registered = {{
       {strip.bend_range_semitones, strip.bend_range_cents},
@@ -418,26 +504,50 @@ void Renderer::SendChannel(int channel) {
       {strip.coarse_tuning, 0},
   }};
   for (int parameter = 0; parameter < 3; ++parameter) {
-    synth_->Controller(channel, kRpnMsb, 0);
-    synth_->Controller(channel, kRpnLsb, parameter);
-    synth_->Controller(channel, kDataEntryMsb, registered[parameter][0]);
-    synth_->Controller(channel, kDataEntryLsb, registered[parameter][1]);
+    voices_->Controller(channel, kRpnMsb, 0);
+    voices_->Controller(channel, kRpnLsb, parameter);
+    voices_->Controller(channel, kDataEntryMsb, registered[parameter][0]);
+    voices_->Controller(channel, kDataEntryLsb, registered[parameter][1]);
   }
   const bool rpn = strip.registered_selected;
   const std::array<int, 4> selections =
       rpn ? std::array{98, 99, 100, 101} : std::array{100, 101, 98, 99};
   for (const int selection : selections) {
-    synth_->Controller(channel, selection, strip.controller[selection]);
+    voices_->Controller(channel, selection, strip.controller[selection]);
   }
 }
 
 void Renderer::SendConsole() {
   for (int which = 0; which < kEffectParameters; ++which) {
-    console_.SetEffect(static_cast<EffectParameter>(which), state_.effect[which]);
+    Desk({DeskEvent::Kind::kEffect, static_cast<std::uint8_t>(which), state_.effect[which]});
   }
 }
 
 // ---- Places
+
+Renderer::Place Renderer::place() const {
+  if (planning_ || !IsAhead()) return {position_, ratio_};
+  const Ensemble::Place next = ensemble_->NextPlace();
+  if (next.ratio == ratio_) return {next.position, ratio_};
+  return {song_->time_line().Rescale(next.position, next.ratio, ratio_), ratio_};
+}
+
+int Renderer::frame_of_block() const {
+  return block_frames_ + (planning_ ? ensemble_->FramesAhead() : 0);
+}
+
+void Renderer::Stop() {
+  stopped_ = true;
+  if (ensemble_ == nullptr || planning_) return;
+  position_ = place().position;
+  ensemble_->Reset();
+}
+
+void Renderer::RunAhead(int threads) {
+  if (ensemble_ == nullptr) return;
+  run_ahead_ = threads > 0;
+  ensemble_->SetThreads(threads);
+}
 
 std::uint32_t Renderer::Tick(std::uint64_t frame, TempoRatio ratio) const {
   return std::min(song_->time_line().TickOfFrame(frame, ratio), song_->file().last_tick());
@@ -517,13 +627,13 @@ void Renderer::Seek(std::uint64_t frame) {
   decaying_ = ended_ = stopped_ = false;
   decayed_ = 0;
   fresh_ = true;
-  if (synth_ != nullptr) synth_->Reset();
+  if (voices_ != nullptr) voices_->Reset();
   for (int channel = 0; channel < kChannels; ++channel) {
     ForgetHeld(channel);
     SendChannel(channel);
   }
   SendConsole();
-  console_.Silence();
+  Desk({.kind = DeskEvent::Kind::kSilence});
   fade_left_ = 0;
   for (std::size_t index = 0; index < syncs_.size(); ++index) {
     Sync* sync = syncs_.At(index);
@@ -563,7 +673,7 @@ void Renderer::Apply(int channel, bass::DWORD event, std::uint32_t param) {
   } else if (event >= bass::MIDI_EVENT_REVERB_TIME && event <= bass::MIDI_EVENT_CHORUS_REVERB) {
     const auto which = static_cast<EffectParameter>(event - bass::MIDI_EVENT_REVERB_TIME);
     state_.effect[static_cast<std::size_t>(which)] = param;
-    console_.SetEffect(which, param);
+    Desk({DeskEvent::Kind::kEffect, static_cast<std::uint8_t>(which), param});
     observer_.OnEffect(which, param);
   } else if (const int index = ChannelValueOfEvent(event); index >= 0) {
     const auto which = static_cast<ChannelValue>(index);
@@ -599,20 +709,31 @@ bool Renderer::ChangeSynth(std::unique_ptr<SoundFontSynth>& synth,
   fading_ = std::move(synth_);
   retired_font_ = std::move(font_);
   synth_ = std::move(synth);
+  voices_ = synth_.get();
   font_ = std::move(font);
   fade_left_ = fading_ != nullptr ? kCrossFade : 0;
   for (int channel = 0; channel < kChannels; ++channel) SendChannel(channel);
-  if (synth_ == nullptr) return true;
+  StartHeldNotes();
+  return true;
+}
+
+void Renderer::ChangeFont(std::shared_ptr<SoundFont> font) {
+  font_ = font;
+  ensemble_->ChangeFont(std::move(font));
+  StartHeldNotes();
+}
+
+// Held notes of melodic channels begin again with another bank.
+void Renderer::StartHeldNotes() {
   for (int channel = 0; channel < kChannels; ++channel) {
     if (state_.channel[channel].Get(ChannelValue::kDrums) != 0) continue;
     for (const HeldKey& key : held_[channel]) {
       for (int note = 0; note < key.count; ++note) {
         if (key.notes[note].key == kUnplayable) continue;
-        synth_->NoteOn(channel, key.notes[note].key, key.notes[note].velocity);
+        StartNote(channel, key.notes[note].key, key.notes[note].velocity);
       }
     }
   }
-  return true;
 }
 
 }  // namespace vexolo::engine

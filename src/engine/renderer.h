@@ -8,6 +8,7 @@
 #include "engine/callbacks.h"
 #include "engine/console.h"
 #include "engine/control_state.h"
+#include "engine/ensemble.h"
 #include "engine/song.h"
 #include "engine/sound_font.h"
 #include "engine/sound_font_synth.h"
@@ -22,9 +23,11 @@ inline constexpr float kMasterGain = 1.7f;
 class RendererObserver {
  public:
   virtual ~RendererObserver() = default;
-  /// A sync that is not of mix time has become due at a frame of the block under way.
+  /// A sync that is not of mix time has become due at a frame, counted from the first one of the
+  /// block under way; the frame may lie beyond the block where the renderer runs ahead.
   virtual void OnHeardSync(std::size_t sync, bass::DWORD data, int frame_of_block) = 0;
-  /// `frames` frames from `position` on stand in the block from `frame_of_block` on.
+  /// `frames` frames from `position` on stand in the block from `frame_of_block` on. For the output
+  /// only.
   virtual void OnPiece(int frame_of_block, int frames, std::uint64_t position,
                        TempoRatio ratio) = 0;
   /// Values of the state have changed and may be shown to other threads.
@@ -33,31 +36,54 @@ class RendererObserver {
   virtual void OnTempo(std::uint32_t tempo) = 0;
 };
 
-/// Renders one stream. One thread at a time; Render and Apply neither allocate nor lock.
+/// How a stream is rendered: for the mixing thread (neither allocating nor locking), or for a file,
+/// where several threads may render and the sequencer may run ahead of what is delivered.
+enum class RenderFor { kOutput, kFile };
+
+/// Renders one stream. One thread at a time.
 ///
 /// Positions are output frames at the ratio in force. Events of the file are applied at their
 /// frame, in order; after each one its mix-time syncs run, before the next is applied.
+///
+/// Ahead of what has been delivered (only for a file, see RunAhead) events of the file and their
+/// mix-time syncs are dealt with up to Ensemble::kWindow * Ensemble::kWindows frames early, and
+/// what the program sends takes effect behind them. Position syncs and the end are not early: the
+/// sequencer waits for the delivery of everything before.
 class Renderer final : private EventSink {
  public:
   /// Longest decay after the last event.
   static constexpr std::uint64_t kLongestDecay = 60ull * kSampleRate;
 
   /// Positioned at the start. `observer`, `syncs` and `dsps` outlive the renderer.
-  Renderer(std::shared_ptr<const Song> song, bool decay_at_end, bass::DWORD stream,
-           RendererObserver& observer, SyncList& syncs, DspList& dsps);
+  Renderer(std::shared_ptr<const Song> song, RenderFor purpose, bool decay_at_end,
+           bass::DWORD stream, RendererObserver& observer, SyncList& syncs, DspList& dsps);
   ~Renderer() override;
+
+  struct Place {
+    std::uint64_t position;
+    TempoRatio ratio;
+  };
 
   /// Renders up to `frames` frames of interleaved 16-bit stereo and runs the DSPs over them. Fewer
   /// are delivered where the song ends or a callback stops the stream.
   int Render(std::int16_t* out, int frames);
 
-  /// Everything has been delivered, or a callback has stopped the stream.
-  bool finished() const { return ended_ || stopped_; }
+  /// Everything has been delivered, or the stream has been stopped.
+  bool finished() const { return (ended_ || stopped_) && !IsAhead(); }
   bool ended() const { return ended_; }
-  void Stop() { stopped_ = true; }
+  /// Where a mix-time sync stops, the data end at its place; else with what has been delivered.
+  void Stop();
   void Resume() { stopped_ = false; }
 
-  std::uint64_t position() const { return position_; }
+  /// For a file: `threads` threads render and the sequencer runs ahead; 0 = no longer.
+  void RunAhead(int threads);
+
+  /// Whether the sequencer is ahead of what has been delivered.
+  bool IsAhead() const { return ensemble_ != nullptr && ensemble_->FramesAhead() > 0; }
+
+  /// The place of the sequencer, inside of its callbacks; else the end of what has been delivered.
+  /// At the ratio in force.
+  Place place() const;
   TempoRatio ratio() const { return ratio_; }
   const ControlState& state() const { return state_; }
   const Song& song() const { return *song_; }
@@ -79,7 +105,10 @@ class Renderer final : private EventSink {
   /// and the sound crosses over within kCrossFade frames. False (and `synth` stays where it is)
   /// while an earlier change is still crossing over.
   bool ChangeSynth(std::unique_ptr<SoundFontSynth>& synth, std::shared_ptr<SoundFont> font);
-  static constexpr int kCrossFade = 882;
+  static constexpr int kCrossFade = Ensemble::kCrossFade;
+
+  /// The same where it is rendered for a file; an earlier change is over at once.
+  void ChangeFont(std::shared_ptr<SoundFont> font);
 
   /// What the last change left behind, once the crossing is over: to be destroyed off the mixing
   /// thread. Null where there was nothing.
@@ -88,8 +117,9 @@ class Renderer final : private EventSink {
   std::unique_ptr<SoundFontSynth> TakeRetired() { return std::move(fading_); }
   std::shared_ptr<SoundFont> TakeRetiredFont() { return std::move(retired_font_); }
 
-  /// First frame of the block under way that is still to be rendered.
-  int frame_of_block() const { return block_frames_; }
+  /// Where the sequencer stands, counted from the first frame of the block under way; beyond it
+  /// where it runs ahead.
+  int frame_of_block() const;
 
  private:
   struct HeldNote {
@@ -119,18 +149,36 @@ class Renderer final : private EventSink {
   void TempoChanged(std::uint32_t tempo) override;
   void SystemReset() override;
 
-  bool ReachPlace();
+  /// What is to be done next at the sequencer's place.
+  enum class Reached {
+    kRender,  ///< frames
+    kWait,    ///< until everything before has been delivered
+    kClose,   ///< the window: it is full
+    kEnd,     ///< nothing more
+  };
+
+  void RenderLive(std::int16_t* out, int frames);
+  void RenderFile(std::int16_t* out, int frames);
+  void PlanAhead(int wanted);
+  bool PlanWindow(int frames);
+  void MoveOn(int frames);
+  Reached ReachPlace();
+  bool PositionSyncIsDue();
   bool FirePositionSyncs();
   bool ProcessEvent(std::size_t index);
   void CallSyncs(bass::DWORD type, bass::DWORD param, bass::DWORD data);
   void CallMarkSyncs(std::size_t event, Song::MarkKind kind);
   bool DecayIsOver();
+  float Master() const;
   int FramesToNextPlace(int wanted);
   void RenderPiece(std::int16_t* out, int frames);
   void MixOutgoing(int frames);
   void RunDsps(std::int16_t* out, int frames);
 
   void Seek(std::uint64_t frame);
+  void Desk(const DeskEvent& event);
+  void StartNote(int channel, int key, int velocity);
+  void StartHeldNotes();
   void Press(int channel, int key, int velocity);
   void Release(int channel, int key);
   void ForgetHeld(int channel);
@@ -156,6 +204,8 @@ class Renderer final : private EventSink {
   DspList& dsps_;
 
   std::shared_ptr<SoundFont> font_;
+  std::unique_ptr<Ensemble> ensemble_;  ///< only for a file; all below stays empty then
+  ChannelEvents* voices_ = nullptr;     ///< whichever plays; null = silence
   std::unique_ptr<SoundFontSynth> synth_;
   std::shared_ptr<SoundFont> retired_font_;
   std::unique_ptr<SoundFontSynth> fading_;
@@ -179,7 +229,9 @@ class Renderer final : private EventSink {
   bool fresh_ = true;  ///< nothing rendered since the last seek: values set until then need no ramp
   bool ended_ = false;
   bool stopped_ = false;
-  int block_frames_ = 0;
+  int block_frames_ = 0;  ///< rendered of the block under way
+  bool run_ahead_ = false;
+  bool planning_ = false;  ///< the sequencer is at work for a file
 
   std::array<std::array<HeldKey, 128>, kChannels> held_{};
   std::array<Raised, kMaxRaised> raised_{};

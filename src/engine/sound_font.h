@@ -10,6 +10,7 @@
 
 namespace vexolo::engine {
 
+class ChannelSynth;
 class SoundFontSynth;
 
 /// What the bank says of itself (RIFF INFO list).
@@ -25,12 +26,19 @@ struct SoundFontInfo {
 ///
 /// Loading takes long (the samples are read): call it off the window thread. The file is checked
 /// for its form (sound_font_check.h) before the synthesiser's own reader sees it.
+///
+/// Any thread may call any function.
 class SoundFont {
  public:
   enum class Error { kNone, kOpen, kFormat };
 
+  /// When the samples of the whole bank are read into memory: at once, or with the first
+  /// synthesiser that plays all channels.
+  enum class Samples { kAtOnce, kWhenPlayed };
+
   /// Null on failure; `error` then says why. The path is UTF-8.
-  static std::shared_ptr<SoundFont> Load(const std::string& path, Error* error);
+  static std::shared_ptr<SoundFont> Load(const std::string& path, Error* error,
+                                         Samples samples = Samples::kAtOnce);
   virtual ~SoundFont() = default;
 
   virtual const SoundFontInfo& info() const = 0;
@@ -44,6 +52,11 @@ class SoundFont {
 
   /// Makes a spare synthesiser where there is none. Any thread but the mixing one.
   virtual void Prepare() = 0;
+
+  /// A synthesiser for one channel (0..15) of a song that is rendered to a file. It keeps the bank
+  /// alive, and reads from it the presets that it is asked for and nothing else. Null where memory
+  /// runs out.
+  virtual std::unique_ptr<ChannelSynth> CreateChannelSynth(int channel) = 0;
 
   /// Linear output volume, 1.0 = normal. Read by the mixing threads.
   std::atomic<float> volume{1.0f};

@@ -6,98 +6,19 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/sound_font_tables.h"
+
 namespace vexolo::engine {
 namespace {
 
-constexpr std::uint32_t kMaxRecords = 65536;
+using namespace sf2;  // NOLINT(google-build-using-namespace): this file is about that form
+
 constexpr std::uint64_t kMaxZonePairs = 1'000'000;
 constexpr std::uint32_t kMaxModulatorsOfZone = 1024;
 constexpr std::uint32_t kMaxText = 65536;
 
-/// SoundFont 2.04, 7.2 and 7.6: the tables of "pdta" in their order.
-enum Table { kPhdr, kPbag, kPmod, kPgen, kInst, kIbag, kImod, kIgen, kShdr, kTables };
-
-struct TableForm {
-  std::string_view id;
-  std::uint32_t record;   ///< bytes
-  std::uint32_t minimum;  ///< records
-};
-
-constexpr std::array<TableForm, kTables> kTableForms = {{
-    {"phdr", 38, 2},
-    {"pbag", 4, 1},
-    {"pmod", 10, 0},
-    {"pgen", 4, 0},
-    {"inst", 22, 2},
-    {"ibag", 4, 1},
-    {"imod", 10, 0},
-    {"igen", 4, 0},
-    {"shdr", 46, 2},
-}};
-
-using Tables = std::array<ChunkPlace, kTables>;
-
-constexpr std::uint16_t kInstrumentGenerator = 41;
-constexpr std::uint16_t kSampleGenerator = 53;
 constexpr std::uint16_t kRomSample = 0x8000;
 constexpr std::uint16_t kCompressedSample = 0x10;
-
-std::uint16_t Word(const std::uint8_t* bytes) {
-  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-}
-
-std::uint32_t DoubleWord(const std::uint8_t* bytes) {
-  return Word(bytes) | static_cast<std::uint32_t>(Word(bytes + 2)) << 16;
-}
-
-struct Chunk {
-  std::string id;
-  ChunkPlace place;
-};
-
-/// Goes through the chunks that stand one after the other in a part of the file.
-class ChunkWalk {
- public:
-  ChunkWalk(ByteSource& source, std::uint64_t begin, std::uint64_t end)
-      : source_(source), at_(begin), end_(end) {}
-
-  bool AtEnd() const { return at_ >= end_; }
-
-  /// False where no whole chunk follows.
-  bool Next(Chunk* chunk) {
-    std::array<std::uint8_t, 8> head;
-    if (end_ - std::min(at_, end_) < head.size() || !source_.Read(at_, head)) return false;
-    chunk->id.assign(head.begin(), head.begin() + 4);
-    chunk->place = {at_ + head.size(), DoubleWord(&head[4])};
-    if (chunk->place.size > end_ - chunk->place.offset) return false;
-    at_ = chunk->place.offset + chunk->place.size;
-    at_ += at_ % 2;
-    return true;
-  }
-
-  /// The same for a list of the type asked for; the place leaves the type out.
-  bool NextList(std::string_view type, ChunkPlace* place) {
-    Chunk chunk;
-    std::array<std::uint8_t, 4> found;
-    if (!Next(&chunk) || chunk.id != "LIST" || chunk.place.size < found.size() ||
-        !source_.Read(chunk.place.offset, found) ||
-        !std::equal(found.begin(), found.end(), type.begin(), type.end())) {
-      return false;
-    }
-    *place = {chunk.place.offset + found.size(),
-              chunk.place.size - static_cast<std::uint32_t>(found.size())};
-    return true;
-  }
-
- private:
-  ByteSource& source_;
-  std::uint64_t at_;
-  std::uint64_t end_;
-};
-
-ChunkWalk Inside(ByteSource& source, const ChunkPlace& place) {
-  return ChunkWalk(source, place.offset, place.offset + place.size);
-}
 
 /// The records of a table, read in blocks.
 class RecordReader {
@@ -176,35 +97,6 @@ bool CheckInfo(ByteSource& source, const ChunkPlace& info, SoundFontHeader* head
   }
   return version;
 }
-
-bool FindTables(ByteSource& source, const ChunkPlace& list, Tables* tables) {
-  ChunkWalk walk = Inside(source, list);
-  for (int table = 0; table < kTables; ++table) {
-    const TableForm& form = kTableForms[table];
-    Chunk chunk;
-    if (!walk.Next(&chunk) || chunk.id != form.id || chunk.place.size % form.record != 0 ||
-        chunk.place.size / form.record < form.minimum ||
-        chunk.place.size / form.record > kMaxRecords) {
-      return false;
-    }
-    (*tables)[table] = chunk.place;
-  }
-  return true;
-}
-
-/// One of the two levels of a bank: presets made of instruments, instruments made of samples.
-struct Level {
-  Table headers;
-  Table bags;
-  Table modulators;
-  Table generators;
-  Table targets;
-  std::uint32_t bag_index;       ///< where a header holds the index of its first zone
-  std::uint16_t link_generator;  ///< ends a zone and names its target
-};
-
-constexpr Level kPresetLevel = {kPhdr, kPbag, kPmod, kPgen, kInst, 24, kInstrumentGenerator};
-constexpr Level kInstrumentLevel = {kInst, kIbag, kImod, kIgen, kShdr, 20, kSampleGenerator};
 
 /// Goes through headers, zones and generators of one level side by side.
 class LevelCheck {

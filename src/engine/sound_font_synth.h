@@ -15,18 +15,17 @@ struct DryBlock {
   alignas(64) std::array<std::array<float, kMaxBlock>, kChannels> right;
 };
 
-/// Plays one bank, up to 512 voices at once; beyond, the least important ones end early. One voice
-/// at full velocity and volume reaches half of full scale (1.0), and many voices add up without
-/// limit. The wheel's range is exact: 2 semitones, or what registered parameter 0 sets.
-///
-/// The seam where another renderer can stand: nothing of the present one shows
-/// here.
-///
-/// One thread at a time. Nothing here allocates, locks or touches a file, so that the mixing thread
-/// may call it all. Channels 0..15, data bytes 0..127; the caller keeps to that.
-class SoundFontSynth {
+/// Where the sound of the channels stands; null = silence.
+struct DryChannels {
+  std::array<const float*, kChannels> left{};
+  std::array<const float*, kChannels> right{};
+};
+
+/// What happens on the channels of a synthesiser. Channels 0..15, data bytes 0..127; the caller
+/// keeps to that.
+class ChannelEvents {
  public:
-  virtual ~SoundFontSynth() = default;
+  virtual ~ChannelEvents() = default;
 
   virtual void NoteOn(int channel, int key, int velocity) = 0;
   virtual void NoteOff(int channel, int key) = 0;
@@ -50,7 +49,19 @@ class SoundFontSynth {
   /// a new synthesiser (a voice that has played before begins at its old place between the
   /// speakers).
   virtual void Reset() = 0;
+};
 
+/// Plays one bank, up to 512 voices at once; beyond, the least important ones end early. One voice
+/// at full velocity and volume reaches half of full scale (1.0), and many voices add up without
+/// limit. The wheel's range is exact: 2 semitones, or what registered parameter 0 sets.
+///
+/// The seam where another renderer can stand: nothing of the present one shows
+/// here.
+///
+/// One thread at a time. Nothing here allocates, locks or touches a file, so that the mixing thread
+/// may call it all.
+class SoundFontSynth : public ChannelEvents {
+ public:
   /// Renders `frames` (1..kMaxBlock) frames, overwriting `block`. Events take effect at the next
   /// boundary of an inner grid of 64 frames that runs from creation (or Reset) on, so that the
   /// sound does not depend on how a run is cut into blocks.
@@ -61,6 +72,18 @@ class SoundFontSynth {
 
   /// Whether a channel's part of the block that was rendered last may hold anything but zeros.
   virtual bool Audible(int channel) const = 0;
+};
+
+/// The same for one channel alone (events name it, and no other), up to 256 voices: sixteen of them
+/// render a song on several threads. For files, not for the mixing thread: presets are read from
+/// the bank when they are first chosen. One thread at a time; each object its own.
+class ChannelSynth : public ChannelEvents {
+ public:
+  /// Renders `frames` frames, overwriting; cut as one likes, as above. False where nothing but
+  /// zeros was written. A new one has no preset and is silent.
+  virtual bool Render(float* left, float* right, int frames) = 0;
+
+  virtual int ActiveVoices() const = 0;
 };
 
 }  // namespace vexolo::engine

@@ -46,13 +46,14 @@ bool IsEffectEvent(bass::DWORD event) {
 }  // namespace
 
 Stream::Stream(bass::HSTREAM handle, std::shared_ptr<const Song> song, bool decoding,
-               bool decay_at_end, StreamOutput& output)
+               bool decay_at_end, int threads, StreamOutput& output)
     : handle_(handle),
       decoding_(decoding),
+      threads_(threads),
       output_(output),
-      renderer_(std::move(song), decay_at_end, handle, *this, syncs_, dsps_) {
+      renderer_(std::move(song), decoding ? RenderFor::kFile : RenderFor::kOutput, decay_at_end,
+                handle, *this, syncs_, dsps_) {
   PublishPlace();
-  if (decoding_) heard_now_.reserve(1024);
 }
 
 Stream::~Stream() {
@@ -79,6 +80,7 @@ template <typename Operation>
 auto Stream::AtRestLocked(Operation operation) {
   if (decoding_) {
     const std::lock_guard rendering(rendering_);
+    TakeSentEvents();
     return operation();
   }
   const bool was_attached = attached_.load(std::memory_order_relaxed);
@@ -118,7 +120,8 @@ int Stream::Play(bool restart) {
 void Stream::Forget() {
   generation_.fetch_add(1);
   end_device_frame_.store(kNever);
-  record_.Begin(output_.TakenFrames(), {renderer_.position(), renderer_.ratio()});
+  const Renderer::Place place = renderer_.place();
+  record_.Begin(output_.TakenFrames(), {place.position, place.ratio});
 }
 
 // What was rendered before a stop at mix time plays out, and its syncs with it.
@@ -166,10 +169,11 @@ TempoRatio Stream::Ratio() const {
 }
 
 void Stream::PublishPlace() {
+  const Renderer::Place place = renderer_.place();
   const std::uint32_t serial = place_serial_.load(std::memory_order_relaxed);
   place_serial_.store(serial + 1, std::memory_order_relaxed);
-  place_position_.store(renderer_.position(), std::memory_order_release);
-  place_ratio_.store(PlayRecord::Pack(renderer_.ratio()), std::memory_order_release);
+  place_position_.store(place.position, std::memory_order_release);
+  place_ratio_.store(PlayRecord::Pack(place.ratio), std::memory_order_release);
   place_serial_.store(serial + 2, std::memory_order_release);
   finished_.store(renderer_.finished(), std::memory_order_release);
 }
@@ -182,7 +186,10 @@ PlayRecord::Place Stream::CurrentPlace() const {
     if (heard.ratio == ratio) return heard;
     return {song().time_line().Rescale(heard.position, heard.ratio, ratio), ratio};
   }
-  if (rendering_stream == this) return {renderer_.position(), renderer_.ratio()};
+  if (rendering_stream == this) {
+    const Renderer::Place place = renderer_.place();
+    return {place.position, place.ratio};
+  }
   for (;;) {
     const std::uint32_t before = place_serial_.load(std::memory_order_acquire);
     const PlayRecord::Place place = {
@@ -274,15 +281,26 @@ bass::DWORD Stream::GetData(void* buffer, bass::DWORD length) {
   if (renderer_.finished()) return bass::kError32;
   const RenderingScope scope(this);
   const int delivered = RenderBlock(static_cast<std::int16_t*>(buffer), frames);
-  calling_heard_ = true;
-  for (std::size_t index = 0; index < heard_now_.size(); ++index) {
-    if (heard_now_[index].generation == generation_.load()) CallHeard(heard_now_[index]);
-  }
-  calling_heard_ = false;
-  heard_now_.clear();
+  block_device_frame_ += static_cast<std::uint64_t>(delivered);
+  CallDelivered();
   CollectRetired();
   if (delivered == 0 && frames > 0) return bass::kError32;
   return static_cast<bass::DWORD>(delivered) * kFrameBytes;
+}
+
+// Calls the heard syncs of what has been delivered.
+void Stream::CallDelivered() {
+  calling_heard_ = true;
+  std::size_t called = 0;
+  for (; called < heard_ahead_.size(); ++called) {
+    const HeardSync heard = heard_ahead_[called];
+    if (heard.generation != generation_.load()) continue;
+    if (heard.device_frame >= block_device_frame_ && renderer_.IsAhead()) break;
+    CallHeard(heard);
+  }
+  heard_ahead_.erase(heard_ahead_.begin(),
+                     heard_ahead_.begin() + static_cast<std::ptrdiff_t>(called));
+  calling_heard_ = false;
 }
 
 void Stream::Mix(std::int16_t* out, int frames) {
@@ -369,7 +387,7 @@ void Stream::OnHeardSync(std::size_t sync, bass::DWORD data, int frame_of_block)
                            static_cast<std::uint32_t>(sync), data,
                            block_device_frame_ + static_cast<std::uint64_t>(frame_of_block)};
   if (decoding_) {
-    heard_now_.push_back(heard);
+    heard_ahead_.push_back(heard);
     return;
   }
   const std::uint64_t written = heard_written_.load(std::memory_order_relaxed);
@@ -443,6 +461,9 @@ int Stream::SendEvent(bass::DWORD channel, bass::DWORD event, bass::DWORD param)
   if (!CanRest()) return bass::BASS_ERROR_NOTAVAIL;
   const std::lock_guard api(api_);
   if (closed_) return bass::BASS_ERROR_HANDLE;
+  if (decoding_ && SendToDecoder({static_cast<std::uint8_t>(channel), event, param})) {
+    return bass::BASS_OK;
+  }
   // A stream that has come to its end, or was stopped by a callback, may still be on the output;
   // but that goes to sleep, and then nobody would read the queue.
   if (!attached_.load(std::memory_order_relaxed) || !playing_.load()) {
@@ -462,6 +483,20 @@ int Stream::SendEvent(bass::DWORD channel, bass::DWORD event, bass::DWORD param)
     while (sent_read_.load(std::memory_order_acquire) <= written) WaitABit();
   }
   return bass::BASS_OK;
+}
+
+// While another thread pulls (and may wait for an encoder), the event is left for it to take before
+// its next block. False where it has to be applied at rest: nobody pulls, positions are to tell it
+// at once, or nothing more can be left.
+bool Stream::SendToDecoder(const SentEvent& event) {
+  std::unique_lock rendering(rendering_, std::try_to_lock);
+  if (rendering.owns_lock() || event.event == bass::MIDI_EVENT_TEMPO) return false;
+  const std::uint64_t written = sent_written_.load(std::memory_order_relaxed);
+  if (written - sent_read_.load(std::memory_order_acquire) >= kSentEvents) return false;
+  PublishValue(event.channel, event.event, event.param);
+  sent_[written % kSentEvents] = event;
+  sent_written_.store(written + 1, std::memory_order_release);
+  return true;
 }
 
 void Stream::TakeSentEvents() {
@@ -493,6 +528,14 @@ bass::DWORD Stream::GetEvent(bass::DWORD channel, bass::DWORD event) const {
 
 int Stream::SetFont(std::shared_ptr<SoundFont> font, bass::HSOUNDFONT handle) {
   if (rendering_stream == this || !CanRest()) return bass::BASS_ERROR_NOTAVAIL;
+  if (decoding_) {
+    return AtRest([&] {
+      if (closed_) return bass::BASS_ERROR_HANDLE;
+      font_handle_.store(handle, std::memory_order_relaxed);
+      renderer_.ChangeFont(std::move(font));
+      return bass::BASS_OK;
+    });
+  }
   auto bank = std::make_unique<NewBank>();
   if (font != nullptr) {
     bank->synth = font->CreateSynth();
@@ -540,6 +583,7 @@ int Stream::AddEncoder(bass::HENCODE handle, std::shared_ptr<Encoder> encoder, b
   return AtRest([&] {
     if (closed_) return bass::BASS_ERROR_HANDLE;
     encoders_.push_back({handle, std::move(encoder), auto_free});
+    RunAheadIfEncoding();
     return bass::BASS_OK;
   });
 }
@@ -554,10 +598,13 @@ std::shared_ptr<Encoder> Stream::RemoveEncoder(bass::HENCODE handle) {
     if (place != encoders_.end()) {
       found = std::move(place->encoder);
       encoders_.erase(place);
+      RunAheadIfEncoding();
     }
     return found;
   });
 }
+
+void Stream::RunAheadIfEncoding() { renderer_.RunAhead(encoders_.empty() ? 0 : threads_); }
 
 void Stream::FinishAutoFree() {
   std::vector<AttachedEncoder> ending;
@@ -567,6 +614,7 @@ void Stream::FinishAutoFree() {
     }
     std::erase_if(encoders_,
                   [](const AttachedEncoder& attached) { return attached.encoder == nullptr; });
+    RunAheadIfEncoding();
     return 0;
   });
   for (const AttachedEncoder& attached : ending) attached.encoder->Finish();

@@ -31,15 +31,20 @@ class StreamOutput {
   virtual std::uint64_t HeardFrames() const = 0;
 };
 
-/// Threads. A decoding stream is rendered by whoever calls GetData, one at a time. A playing one is
+/// Threads. A decoding stream is rendered by whoever calls GetData, one at a time; while an encoder
+/// is attached, further threads render with it and the sequencer runs ahead (see renderer.h).
+/// Positions tell what has been delivered; an event that the program sends meanwhile takes effect
+/// where the sequencer is. A playing stream is
 /// rendered by the mixing thread, which takes no lock: events reach it through a queue, a new bank
 /// through a mailbox, and what needs the stream at rest (seek, stop) takes it off the output
 /// meanwhile. Any thread may call any function; callbacks on the rendering thread act on the
 /// renderer directly. Functions that can fail return a library error code, 0 = ok.
 class Stream final : private RendererObserver {
  public:
+  /// `threads` render while an encoder is attached to a decoding stream, 0 = one that does not run
+  /// ahead.
   Stream(bass::HSTREAM handle, std::shared_ptr<const Song> song, bool decoding, bool decay_at_end,
-         StreamOutput& output);
+         int threads, StreamOutput& output);
   ~Stream() override;
 
   bass::HSTREAM handle() const { return handle_; }
@@ -133,6 +138,7 @@ class Stream final : private RendererObserver {
   template <typename Operation>
   auto AtRestLocked(Operation operation);  ///< with api_ held
   int RenderBlock(std::int16_t* out, int frames);
+  bool SendToDecoder(const SentEvent& event);
   void TakeSentEvents();
   void TakeNewBank();
   void PublishPlace();
@@ -146,9 +152,13 @@ class Stream final : private RendererObserver {
   void PublishValue(int channel, bass::DWORD event, bass::DWORD param);
   TempoRatio Ratio() const;
   void CallHeard(const HeardSync& heard);
+  void CallDelivered();
+
+  void RunAheadIfEncoding();
 
   const bass::HSTREAM handle_;
   const bool decoding_;
+  const int threads_;
   StreamOutput& output_;
   SyncList syncs_;
   DspList dsps_;
@@ -173,7 +183,7 @@ class Stream final : private RendererObserver {
   std::atomic<bool> attached_{false};
   std::atomic<bool> playing_{false};
   PlayRecord record_;
-  std::uint64_t block_device_frame_ = 0;
+  std::uint64_t block_device_frame_ = 0;  ///< decoding: frames delivered before this block
   std::array<std::atomic<std::uint64_t>, kLevels> levels_{};  ///< window number and two peaks
 
   std::array<SentEvent, kSentEvents> sent_{};
@@ -184,8 +194,8 @@ class Stream final : private RendererObserver {
   std::atomic<NewBank*> retired_{nullptr};
   std::atomic<bass::HSOUNDFONT> font_handle_{0};
 
-  std::vector<HeardSync> heard_now_;  ///< decoding: due at the end of this GetData
-  bool calling_heard_ = false;        ///< decoding: they are being called
+  std::vector<HeardSync> heard_ahead_;  ///< decoding: due when their frame is delivered
+  bool calling_heard_ = false;          ///< decoding: they are being called
   std::array<HeardSync, kHeardSyncs> heard_{};
   std::atomic<std::uint64_t> heard_written_{0};
   std::atomic<std::uint64_t> heard_read_{0};
