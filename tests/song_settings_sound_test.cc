@@ -156,9 +156,10 @@ double NoteHertz(const Pcm& sound, int channel) {
                static_cast<std::size_t>((from + 0.15) * kRate));
 }
 
+/// On either side.
 double FirstSound(const Pcm& sound, double from) {
-  for (auto i = static_cast<std::size_t>(from * kRate); 2 * i < sound.size(); ++i) {
-    if (std::abs(sound[2 * i]) > 100) return static_cast<double>(i) / kRate;
+  for (auto i = 2 * static_cast<std::size_t>(from * kRate); i < sound.size(); ++i) {
+    if (std::abs(sound[i]) > 100) return static_cast<double>(i / 2) / kRate;
   }
   return -1;
 }

@@ -22,8 +22,20 @@
 #include "engine/sound_font_check.h"
 #include "engine/sound_font_synth.h"
 
+// FluidSynth's reader spreads its work over OpenMP's threads where it was built with OpenMP. Where
+// presets are read by several threads anyway, that would only make more of them.
+#if defined(__GNUC__) && !defined(_WIN32)
+extern "C" __attribute__((weak)) void omp_set_num_threads(int threads);
+#endif
+
 namespace vexolo::engine {
 namespace {
+
+void ReadWithThisThreadAlone() {
+#if defined(__GNUC__) && !defined(_WIN32)
+  if (omp_set_num_threads != nullptr) omp_set_num_threads(1);
+#endif
+}
 
 constexpr double kSampleRate = 44100.0;
 constexpr int kGrid = 64;
@@ -375,7 +387,7 @@ class FluidSoundFont : public SoundFont, public std::enable_shared_from_this<Flu
 
   std::unique_ptr<ChannelSynth> CreateChannelSynth(int channel) override {
     std::optional<LoadedSynth> loaded =
-        LoadedSynth::Make(kChannelPolyphony, 1, Reading::kChosenPresets);
+        LoadedSynth::Make(kChannelPolyphony, 1, Reading::kWholeBank);
     if (!loaded) return nullptr;
     return std::make_unique<FluidChannel>(std::move(*loaded), shared_from_this(), channel);
   }
@@ -553,10 +565,9 @@ FluidChannel::FluidChannel(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> f
 int FluidChannel::BankWith(const Place& place) {
   const auto known = banks_.find(place);
   if (known != banks_.end()) return known->second;
+  ReadWithThisThreadAlone();
   const ByteSource* preset = font_->PresetAlone(place);
   const int bank = preset != nullptr ? loaded_.Load(*preset) : FLUID_FAILED;
-  // Otherwise its samples would go away when another preset is chosen, to be read again later.
-  if (bank != FLUID_FAILED) fluid_synth_pin_preset(synth_, bank, place.bank, place.program);
   banks_.emplace(place, bank);
   return bank;
 }

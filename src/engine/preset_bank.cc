@@ -13,12 +13,24 @@ namespace {
 
 using namespace sf2;  // NOLINT(google-build-using-namespace): this file is about that form
 
+constexpr std::uint64_t kRiffHead = 12;  ///< "RIFF", length, type
 constexpr std::uint64_t kListHead = 12;  ///< "LIST", length, type
-constexpr std::uint64_t kRiffHead = 8;
+constexpr std::uint64_t kChunkHead = 8;  ///< name, length
 constexpr std::size_t kBagRecord = 4;
 constexpr std::size_t kProgramAt = 20;
 constexpr std::size_t kBankAt = 22;
-constexpr std::size_t kSampleLinkAt = 42;
+
+// Of a sample's record.
+constexpr std::size_t kStartAt = 20;
+constexpr std::size_t kEndAt = 24;
+constexpr std::size_t kLoopAt = 28;
+constexpr std::size_t kLoopEndAt = 32;
+constexpr std::size_t kLinkAt = 42;
+constexpr std::size_t kTypeAt = 44;
+constexpr std::uint16_t kRomSample = 0x8000;
+
+/// Silence that has to follow each sample.
+constexpr std::uint32_t kGuardFrames = 46;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -36,9 +48,27 @@ void AppendText(Bytes& to, std::string_view text) {
   for (const char c : text) to.push_back(static_cast<std::uint8_t>(c));
 }
 
+void SetDoubleWord(std::uint8_t* bytes, std::uint32_t value) {
+  for (int byte = 0; byte < 4; ++byte) bytes[byte] = static_cast<std::uint8_t>(value >> (8 * byte));
+}
+
 void SetWord(std::uint8_t* bytes, std::size_t value) {
   bytes[0] = static_cast<std::uint8_t>(value);
   bytes[1] = static_cast<std::uint8_t>(value >> 8);
+}
+
+/// The part of the sample data that a sample takes up, in frames.
+struct SampleRange {
+  std::uint32_t begin;
+  std::uint32_t frames;
+};
+
+/// Where a loop point goes that stood at `loop`. A place that makes no sense there makes none here.
+std::uint32_t MovedLoop(std::uint32_t loop, const SampleRange& from, std::uint32_t to,
+                        std::uint32_t all_frames) {
+  if (loop > all_frames) return 0xFFFFFFFF;
+  if (loop < from.begin) return to > 0 ? to - 1 : to;
+  return to + std::min(loop - from.begin, from.frames + 1);
 }
 
 /// Copies from whole tables into small ones, giving everything new numbers in the order in which it
@@ -56,7 +86,7 @@ class PresetCopy {
   }
 
   std::optional<std::size_t> Find(int bank_number, int program) const {
-    for (std::size_t index = 0; index + 1 < Records(whole_, kPhdr); ++index) {
+    for (std::size_t index = Records(whole_, kPhdr) - 1; index-- > 0;) {
       const std::uint8_t* record = Record(kPhdr, index);
       if (Word(record + kProgramAt) == program && Word(record + kBankAt) == bank_number) {
         return index;
@@ -65,16 +95,32 @@ class PresetCopy {
     return std::nullopt;
   }
 
-  /// The list "pdta" with this preset alone.
-  Bytes Copy(std::size_t preset) {
+  /// Fills the small tables with this preset alone.
+  void Copy(std::size_t preset, std::uint32_t all_frames) {
     const std::vector<std::size_t> instruments = CopyLevel(kPresetLevel, {preset});
     const std::vector<std::size_t> samples = CopyLevel(kInstrumentLevel, instruments);
-    for (const std::size_t sample : samples) {
-      AppendRecord(kShdr, sample);
-      SetWord(LastRecord(kShdr) + kSampleLinkAt, 0);
-    }
+    for (const std::size_t sample : samples) CopySample(sample, all_frames);
     AppendEmptyRecord(kShdr);
-    return Pack();
+  }
+
+  /// The samples in their new order, each to be followed by the guard.
+  const std::vector<SampleRange>& samples() const { return samples_; }
+  std::uint32_t frames() const { return frames_; }
+
+  /// The list "pdta" of the small tables.
+  Bytes Pack() const {
+    Bytes contents;
+    for (int table = 0; table < kTables; ++table) {
+      AppendText(contents, kTableForms[table].id);
+      AppendDoubleWord(contents, small_[table].size());
+      contents.insert(contents.end(), small_[table].begin(), small_[table].end());
+    }
+    Bytes list;
+    AppendText(list, "LIST");
+    AppendDoubleWord(list, contents.size() + 4);
+    AppendText(list, "pdta");
+    list.insert(list.end(), contents.begin(), contents.end());
+    return list;
   }
 
  private:
@@ -144,29 +190,98 @@ class PresetCopy {
     return number;
   }
 
-  Bytes Pack() const {
-    Bytes contents;
-    for (int table = 0; table < kTables; ++table) {
-      AppendText(contents, kTableForms[table].id);
-      AppendDoubleWord(contents, small_[table].size());
-      contents.insert(contents.end(), small_[table].begin(), small_[table].end());
+  void CopySample(std::size_t sample, std::uint32_t all_frames) {
+    AppendRecord(kShdr, sample);
+    std::uint8_t* record = LastRecord(kShdr);
+    SetWord(record + kLinkAt, 0);
+    if ((Word(record + kTypeAt) & kRomSample) != 0) return;  // not in the file
+    const std::uint32_t start = DoubleWord(record + kStartAt);
+    const SampleRange range = {start, DoubleWord(record + kEndAt) - start};
+    for (const std::size_t place : {kLoopAt, kLoopEndAt}) {
+      SetDoubleWord(record + place,
+                    MovedLoop(DoubleWord(record + place), range, frames_, all_frames));
     }
-    Bytes list;
-    AppendText(list, "LIST");
-    AppendDoubleWord(list, contents.size() + 4);
-    AppendText(list, "pdta");
-    list.insert(list.end(), contents.begin(), contents.end());
-    return list;
+    SetDoubleWord(record + kStartAt, frames_);
+    SetDoubleWord(record + kEndAt, frames_ + range.frames);
+    samples_.push_back(range);
+    frames_ += range.frames + kGuardFrames;
   }
 
   TableBytes whole_;
   TableBytes small_;
+  std::vector<SampleRange> samples_;
+  std::uint32_t frames_ = 0;
 };
+
+/// Puts the pieces of the bank together.
+class Assembly {
+ public:
+  Assembly() { Append(Bytes(kRiffHead)); }
+
+  void Append(Bytes bytes) {
+    const std::uint64_t size = bytes.size();
+    pieces_.push_back({end_, size, std::move(bytes), 0});
+    end_ += size;
+  }
+
+  void AppendFromWhole(std::uint64_t place, std::uint64_t size) {
+    if (size == 0) return;
+    pieces_.push_back({end_, size, {}, place});
+    end_ += size;
+  }
+
+  /// Samples of so many bytes a frame, which stand at `place` in the whole bank.
+  void AppendSamples(const PresetCopy& copy, std::uint64_t place, std::uint32_t frame_bytes) {
+    for (const SampleRange& sample : copy.samples()) {
+      AppendFromWhole(place + std::uint64_t{sample.begin} * frame_bytes,
+                      std::uint64_t{sample.frames} * frame_bytes);
+      Append(Bytes(kGuardFrames * frame_bytes));
+    }
+    if (copy.frames() * frame_bytes % 2 != 0) Append(Bytes(1));
+  }
+
+  std::vector<PresetBank::Piece> Finish() {
+    Bytes& head = pieces_.front().bytes;
+    head.clear();
+    AppendText(head, "RIFF");
+    AppendDoubleWord(head, end_ - kChunkHead);
+    AppendText(head, "sfbk");
+    return std::move(pieces_);
+  }
+
+ private:
+  std::vector<PresetBank::Piece> pieces_;
+  std::uint64_t end_ = 0;
+};
+
+/// Place of the samples' low bytes in a bank of 24 bits; 0 where there are none that fit.
+std::uint64_t FindLowBytes(ByteSource& bank, const SoundFontHeader& header) {
+  const std::uint64_t end = header.parameters.offset - kListHead;
+  ChunkWalk walk(bank, header.samples.offset - kChunkHead, end);
+  Chunk chunk;
+  if (!walk.Next(&chunk) || walk.AtEnd() || !walk.Next(&chunk) || chunk.id != "sm24") return 0;
+  const std::uint32_t half = header.samples.size / 2;
+  return chunk.place.size == half + half % 2 ? chunk.place.offset : 0;
+}
+
+std::size_t Even(std::size_t size) { return size + size % 2; }
+
+/// The list "sdta" up to its first sample.
+Bytes SampleListHead(std::uint32_t frames, bool low_bytes) {
+  const std::size_t high = std::size_t{frames} * 2;
+  const std::size_t low = low_bytes ? kChunkHead + Even(frames) : 0;
+  Bytes head;
+  AppendText(head, "LIST");
+  AppendDoubleWord(head, 4 + kChunkHead + high + low);
+  AppendText(head, "sdtasmpl");
+  AppendDoubleWord(head, high);
+  return head;
+}
 
 }  // namespace
 
-PresetBank::PresetBank(ByteSource& bank, std::uint64_t begin, std::vector<std::uint8_t> tables)
-    : bank_(bank), begin_(begin), tables_(std::move(tables)) {}
+PresetBank::PresetBank(ByteSource& bank, std::vector<Piece> pieces)
+    : bank_(bank), pieces_(std::move(pieces)) {}
 
 std::unique_ptr<PresetBank> PresetBank::Make(ByteSource& bank, const SoundFontHeader& header,
                                              int bank_number, int program) {
@@ -174,27 +289,39 @@ std::unique_ptr<PresetBank> PresetBank::Make(ByteSource& bank, const SoundFontHe
   if (!copy.ReadTables(bank, header.parameters)) return nullptr;
   const std::optional<std::size_t> preset = copy.Find(bank_number, program);
   if (!preset) return nullptr;
-  return std::unique_ptr<PresetBank>(
-      new PresetBank(bank, header.parameters.offset - kListHead, copy.Copy(*preset)));
+  copy.Copy(*preset, header.samples.size / 2);
+  const std::uint64_t low_bytes = FindLowBytes(bank, header);
+  Assembly assembly;
+  assembly.AppendFromWhole(kRiffHead, header.samples.offset - kChunkHead - kListHead - kRiffHead);
+  assembly.Append(SampleListHead(copy.frames(), low_bytes != 0));
+  assembly.AppendSamples(copy, header.samples.offset, 2);
+  if (low_bytes != 0) {
+    Bytes head;
+    AppendText(head, "sm24");
+    AppendDoubleWord(head, Even(copy.frames()));
+    assembly.Append(std::move(head));
+    assembly.AppendSamples(copy, low_bytes, 1);
+  }
+  assembly.Append(copy.Pack());
+  return std::make_unique<PresetBank>(bank, assembly.Finish());
 }
 
-// The length of the whole form stands at its beginning and is the one thing there that changes.
 bool PresetBank::Read(std::uint64_t offset, std::span<std::uint8_t> to) {
   if (offset > size() || to.size() > size() - offset) return false;
-  const std::uint64_t before =
-      offset < begin_ ? std::min<std::uint64_t>(to.size(), begin_ - offset) : 0;
-  if (before > 0 && !bank_.Read(offset, to.first(before))) return false;
-  if (before < to.size()) {
-    const std::uint64_t from = offset + before - begin_;
-    std::copy_n(tables_.begin() + static_cast<std::ptrdiff_t>(from), to.size() - before,
-                to.begin() + static_cast<std::ptrdiff_t>(before));
-  }
-  const std::uint64_t length = size() - kRiffHead;
-  for (std::uint64_t byte = 0; byte < 4; ++byte) {
-    const std::uint64_t at = byte + 4;
-    if (at >= offset && at < offset + to.size()) {
-      to[at - offset] = static_cast<std::uint8_t>(length >> (8 * byte));
+  auto piece = std::upper_bound(
+      pieces_.begin(), pieces_.end(), offset,
+      [](std::uint64_t place, const Piece& candidate) { return place < candidate.begin; });
+  for (--piece; !to.empty(); ++piece) {
+    const std::uint64_t from = offset - piece->begin;
+    const std::size_t count = std::min<std::uint64_t>(to.size(), piece->size - from);
+    const std::span<std::uint8_t> part = to.first(count);
+    if (piece->bytes.empty()) {
+      if (!bank_.Read(piece->place_in_whole + from, part)) return false;
+    } else {
+      std::copy_n(piece->bytes.begin() + static_cast<std::ptrdiff_t>(from), count, part.begin());
     }
+    offset += count;
+    to = to.subspan(count);
   }
   return true;
 }

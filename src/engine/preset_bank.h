@@ -10,28 +10,35 @@
 
 namespace vexolo::engine {
 
-/// The bytes of a bank up to its tables, and behind them tables in which stand one preset, its
-/// instruments and their samples only. A reader has little to read and to keep, and finds the
-/// samples where they stand in the whole bank. (The links between the samples of a stereo pair,
-/// which no voice follows, are left out.)
+/// A bank with one preset of another bank, its instruments and their samples, and nothing else. The
+/// samples are read from the other bank when they are asked for. (The links between the samples of
+/// a stereo pair, which no voice follows, are left out.)
 class PresetBank final : public ByteSource {
  public:
   /// Null where the bank cannot be read or has no such preset. `bank` holds what `header` says of
-  /// it, and outlives the result. Of several presets at one place the first counts.
+  /// it, and outlives the result. Of several presets at one place the last counts, as it does for
+  /// the synthesiser.
   static std::unique_ptr<PresetBank> Make(ByteSource& bank, const SoundFontHeader& header,
                                           int bank_number, int program);
 
-  std::uint64_t size() const override { return begin_ + tables_.size(); }
+  /// The bytes of the bank follow one another in pieces.
+  struct Piece {
+    std::uint64_t begin = 0;  ///< in this bank
+    std::uint64_t size = 0;
+    std::vector<std::uint8_t> bytes;   ///< the piece itself, or empty:
+    std::uint64_t place_in_whole = 0;  ///< where it stands in the other bank
+  };
+
+  explicit PresetBank(ByteSource& bank, std::vector<Piece> pieces);
+
+  std::uint64_t size() const override { return pieces_.back().begin + pieces_.back().size; }
 
   /// Any thread.
   bool Read(std::uint64_t offset, std::span<std::uint8_t> to) override;
 
  private:
-  PresetBank(ByteSource& bank, std::uint64_t begin, std::vector<std::uint8_t> tables);
-
   ByteSource& bank_;
-  const std::uint64_t begin_;               ///< where the tables' list begins
-  const std::vector<std::uint8_t> tables_;  ///< that list
+  const std::vector<Piece> pieces_;
 };
 
 }  // namespace vexolo::engine
