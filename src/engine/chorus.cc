@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/vectorized.h"
+
 namespace vexolo::engine {
 namespace {
 
@@ -105,7 +107,27 @@ void Chorus::Process(const float* in_left, const float* in_right, float* out_lef
   }
 }
 
-void Chorus::ProcessSide(int side, const float* in, float* out, int frames, const Cell& feedback) {
+/// For the output, the cubic through four neighbours (Lagrange): bright. For the feedback, the
+/// straight line between two: no value outside of theirs, so that nothing can build up.
+inline Chorus::Reading Chorus::Interpolate(float before, float here, float after, float last,
+                                           float f) {
+  const float down = f - 1.0F;
+  const float down2 = f - 2.0F;
+  const float up = f + 1.0F;
+  const float out = (up * down) * (0.5F * (down2 * here) + (1.0F / 6.0F) * (f * last)) -
+                    (f * down2) * (0.5F * (up * after) + (1.0F / 6.0F) * (down * before));
+  return {out, here + f * (after - here)};
+}
+
+inline Chorus::Reading Chorus::Read(const float* line, int write, float delay) {
+  const int whole = static_cast<int>(delay);
+  const int at = write - whole;
+  return Interpolate(line[(at + 1) & kMask], line[at & kMask], line[(at - 1) & kMask],
+                     line[(at - 2) & kMask], delay - static_cast<float>(whole));
+}
+
+VEXOLO_VECTORIZED void Chorus::ProcessSide(int side, const float* in, float* out, int frames,
+                                           const Cell& feedback) {
   Cell sine;
   Cell delay;
   Cell next_delay;
@@ -119,8 +141,43 @@ void Chorus::ProcessSide(int side, const float* in, float* out, int frames, cons
       next_delay[i] = Shortened(next_tap_.delay + next_tap_.depth * sine[i]);
     }
   }
-  float* line = lines_[side].data();
   Cell written;
+  if (fade_left_ == 0 && *std::min_element(delay.begin(), delay.begin() + frames) > kCell + 2) {
+    ReadApart(side, delay, in, out, written, frames, feedback);
+  } else {
+    ReadOneByOne(side, delay, next_delay, in, out, written, frames, feedback);
+  }
+  written_.Add(written.data(), frames);
+}
+
+/// Where nothing that is read is written by these frames: first all neighbours are brought
+/// together, then every frame is computed on its own.
+VEXOLO_VECTORIZED void Chorus::ReadApart(int side, const Cell& delay, const float* in, float* out,
+                                         Cell& written, int frames, const Cell& feedback) {
+  float* line = lines_[side].data();
+  Neighbours near;
+  Cell fraction;
+  for (int i = 0; i < frames; ++i) {
+    const int whole = static_cast<int>(delay[i]);
+    fraction[i] = delay[i] - static_cast<float>(whole);
+    const int at = write_ + i - whole;
+    for (int place = 0; place < 4; ++place) near[place][i] = line[(at + 1 - place) & kMask];
+  }
+  for (int i = 0; i < frames; ++i) {
+    const Reading reading =
+        Interpolate(near[0][i], near[1][i], near[2][i], near[3][i], fraction[i]);
+    out[i] = reading.out;
+    written[i] = in[i] + feedback[i] * reading.back;
+  }
+  const int first = std::min(frames, kMask + 1 - write_);
+  std::copy_n(written.data(), first, line + write_);
+  std::copy_n(written.data() + first, frames - first, line);
+}
+
+VEXOLO_VECTORIZED void Chorus::ReadOneByOne(int side, const Cell& delay, const Cell& next_delay,
+                                            const float* in, float* out, Cell& written, int frames,
+                                            const Cell& feedback) {
+  float* line = lines_[side].data();
   for (int i = 0; i < frames; ++i) {
     const int write = (write_ + i) & kMask;
     Reading reading = Read(line, write, delay[i]);
@@ -134,25 +191,6 @@ void Chorus::ProcessSide(int side, const float* in, float* out, int frames, cons
     written[i] = in[i] + feedback[i] * reading.back;
     line[write] = written[i];
   }
-  written_.Add(written.data(), frames);
-}
-
-/// For the output, the cubic through four neighbours (Lagrange): bright. For the feedback, the
-/// straight line between two: no value outside of theirs, so that nothing can build up.
-Chorus::Reading Chorus::Read(const float* line, int write, float delay) const {
-  const int whole = static_cast<int>(delay);
-  const float f = delay - static_cast<float>(whole);
-  const int at = write - whole;
-  const float before = line[(at + 1) & kMask];
-  const float here = line[at & kMask];
-  const float after = line[(at - 1) & kMask];
-  const float last = line[(at - 2) & kMask];
-  const float down = f - 1.0F;
-  const float down2 = f - 2.0F;
-  const float up = f + 1.0F;
-  const float out = (up * down) * (0.5F * (down2 * here) + (1.0F / 6.0F) * (f * last)) -
-                    (f * down2) * (0.5F * (up * after) + (1.0F / 6.0F) * (down * before));
-  return {out, here + f * (after - here)};
 }
 
 void Chorus::EndPart(int frames) {

@@ -45,6 +45,7 @@ class Chorus {
   static constexpr int kHistory = 106;  // cells: the longest delay and one more
 
   using Cell = std::array<float, kCell>;
+  using Neighbours = std::array<Cell, 4>;
 
   /// A place of reading, in frames.
   struct Tap {
@@ -60,7 +61,12 @@ class Chorus {
   };
 
   void ProcessSide(int side, const float* in, float* out, int frames, const Cell& feedback);
-  Reading Read(const float* line, int write, float delay) const;
+  void ReadApart(int side, const Cell& delay, const float* in, float* out, Cell& written,
+                 int frames, const Cell& feedback);
+  void ReadOneByOne(int side, const Cell& delay, const Cell& next_delay, const float* in,
+                    float* out, Cell& written, int frames, const Cell& feedback);
+  static Reading Read(const float* line, int write, float delay);
+  static Reading Interpolate(float before, float here, float after, float last, float f);
   void EndPart(int frames);
 
   std::array<std::vector<float>, 2> lines_;

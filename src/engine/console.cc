@@ -7,6 +7,7 @@
 #include "engine/denormals.h"
 #include "engine/ramp.h"
 #include "engine/reverb.h"
+#include "engine/vectorized.h"
 
 namespace vexolo::engine {
 namespace {
@@ -52,6 +53,7 @@ struct Strip {
     chorus.Advance(frames);
   }
   bool Silent() const { return mix.Zero(); }
+  bool Steady() const { return mix.Steady() && reverb.Steady() && chorus.Steady(); }
 };
 
 float Share(std::uint32_t value, std::uint32_t highest, float unit) {
@@ -78,11 +80,14 @@ struct Console::Parts {
   alignas(64) Signal gain;
 
   void AddStrip(Strip& strip, const float* left, const float* right, int frames);
+  void AddSteadyStrip(const Strip& strip, const float* left, const float* right, int frames);
   void AddChorus(int frames);
   void AddReverb(int frames);
 };
 
-void Console::Parts::AddStrip(Strip& strip, const float* left, const float* right, int frames) {
+VEXOLO_VECTORIZED void Console::Parts::AddStrip(Strip& strip, const float* left, const float* right,
+                                                int frames) {
+  if (strip.Steady()) return AddSteadyStrip(strip, left, right, frames);
   strip.mix.Fill(gain.data(), frames);
   for (int i = 0; i < frames; ++i) {
     channel.left[i] = left[i] * gain[i];
@@ -101,7 +106,29 @@ void Console::Parts::AddStrip(Strip& strip, const float* left, const float* righ
   send(strip.chorus, chorus_send);
 }
 
-void Console::Parts::AddChorus(int frames) {
+VEXOLO_VECTORIZED void Console::Parts::AddSteadyStrip(const Strip& strip, const float* left,
+                                                      const float* right, int frames) {
+  const float mix = strip.mix.Target();
+  const float reverb_share = strip.reverb.Target();
+  const float chorus_share = strip.chorus.Target();
+  const auto add = [&](const float* in, float* to_dry, float* to_reverb) {
+    for (int i = 0; i < frames; ++i) {
+      const float sample = in[i] * mix;
+      to_dry[i] += sample;
+      to_reverb[i] += sample * reverb_share;
+    }
+  };
+  add(left, dry.left.data(), reverb_send.left.data());
+  add(right, dry.right.data(), reverb_send.right.data());
+  if (chorus_share == 0.0F) return;
+  const auto send = [&](const float* in, float* to_chorus) {
+    for (int i = 0; i < frames; ++i) to_chorus[i] += in[i] * mix * chorus_share;
+  };
+  send(left, chorus_send.left.data());
+  send(right, chorus_send.right.data());
+}
+
+VEXOLO_VECTORIZED void Console::Parts::AddChorus(int frames) {
   chorus.Process(chorus_send.left.data(), chorus_send.right.data(), wet.left.data(),
                  wet.right.data(), frames);
   chorus_level.Fill(gain.data(), frames);
@@ -110,7 +137,7 @@ void Console::Parts::AddChorus(int frames) {
   reverb_send.Add(wet, gain.data(), frames);
 }
 
-void Console::Parts::AddReverb(int frames) {
+VEXOLO_VECTORIZED void Console::Parts::AddReverb(int frames) {
   reverb.Process(reverb_send.left.data(), reverb_send.right.data(), wet.left.data(),
                  wet.right.data(), frames);
   reverb_level.Fill(gain.data(), frames);

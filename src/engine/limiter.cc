@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "engine/console.h"
+#include "engine/vectorized.h"
 
 namespace vexolo::engine {
 namespace {
@@ -51,7 +52,8 @@ std::int16_t ToSample(float x) {
 
 }  // namespace
 
-void LimitTo16Bit(const float* left, const float* right, std::int16_t* out, int frames) {
+VEXOLO_VECTORIZED void LimitTo16Bit(const float* left, const float* right, std::int16_t* out,
+                                    int frames) {
   for (int done = 0; done < frames; done += kPart) {
     const int part = std::min(kPart, frames - done);
     Part l{};

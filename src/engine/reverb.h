@@ -76,6 +76,8 @@ class Reverb {
     void Set(float hertz);
     void Snap();
     void Advance(int frames);
+    bool Steady() const { return warped.Steady() && share.Steady(); }
+    bool Off() const { return share.Zero(); }
     void Process(bool high_pass, Stereo& signal, int frames);
   };
 
@@ -84,9 +86,11 @@ class Reverb {
   void Rest(float* out_left, float* out_right, int frames);
   void StartFade();
   void EndPart(int frames);
+  void LimitBand(Stereo& signal, int frames);
   void Delay(Stereo& signal, int frames);
   void ReadDelay(int delay, Stereo& out, int frames) const;
   void Reflect(int side, const Cell& in, float* out, int frames);
+  const float* Early(int side, int tap) const;
   void Diffuse(int side, const Cell& in, Cell& out, int frames);
   void Rotate(int frames);
   void UpdateRotations();
