@@ -255,7 +255,7 @@ BOOL BASS_CALLBACK MidiStreamEvent(HSTREAM handle, DWORD chan, DWORD event, DWOR
 }
 
 DWORD BASS_CALLBACK MidiStreamGetEvent(HSTREAM handle, DWORD chan, DWORD event) {
-  return WithStream(handle, kError32, [&](const Stream& stream) {
+  return WithStream(handle, kError32, [&](Stream& stream) {
     const DWORD value = stream.GetEvent(chan, event);
     if (value == kError32) last_error = BASS_ERROR_ILLPARAM;
     return value;

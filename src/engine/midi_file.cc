@@ -242,6 +242,29 @@ struct CountingSink {
 
 }  // namespace
 
+namespace {
+
+bool IsEarlier(const MidiEvent& a, const MidiEvent& b) { return a.tick < b.tick; }
+
+/// Sorts by tick, digit by digit from the lowest on; events of the same tick keep their order.
+void SortByTick(std::vector<MidiEvent>& events, std::uint32_t last_tick) {
+  constexpr int kDigitBits = 11;
+  constexpr std::uint32_t kDigits = 1U << kDigitBits;
+  std::vector<MidiEvent> sorted(events.size());
+  for (int shift = 0; shift < 32 && last_tick >> shift != 0; shift += kDigitBits) {
+    const auto digit = [shift](const MidiEvent& event) {
+      return (event.tick >> shift) & (kDigits - 1);
+    };
+    std::array<std::size_t, kDigits + 1> places{};
+    for (const MidiEvent& event : events) ++places[digit(event) + 1];
+    for (std::uint32_t value = 1; value < kDigits; ++value) places[value] += places[value - 1];
+    for (const MidiEvent& event : events) sorted[places[digit(event)]++] = event;
+    std::swap(events, sorted);
+  }
+}
+
+}  // namespace
+
 class MidiFileParser {
  public:
   static std::unique_ptr<const MidiFile> Parse(Bytes bytes) {
@@ -303,10 +326,8 @@ class MidiFileParser {
     file_->track_names_.resize(tracks.size());
     named_.resize(tracks.size());
     ReadTracks(tracks, *this);
-    const auto earlier = [](const MidiEvent& a, const MidiEvent& b) { return a.tick < b.tick; };
-    if (!std::ranges::is_sorted(file_->events_, earlier)) {
-      std::ranges::stable_sort(file_->events_, earlier);
-    }
+    if (std::ranges::is_sorted(file_->events_, IsEarlier)) return;
+    SortByTick(file_->events_, file_->last_tick_);
   }
 
   std::unique_ptr<MidiFile> file_;

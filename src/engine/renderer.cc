@@ -54,6 +54,7 @@ Renderer::Renderer(std::shared_ptr<const Song> song, RenderFor purpose, bool dec
     dry_outgoing_ = std::make_unique<DryBlock>();
   }
   Seek(0);
+  Chase();
 }
 
 Renderer::~Renderer() = default;
@@ -61,6 +62,7 @@ Renderer::~Renderer() = default;
 // ---- Rendering
 
 int Renderer::Render(std::int16_t* out, int frames) {
+  Chase();
   // What a DSP sees is counted from the first frame of a block on.
   for (std::size_t index = 0; index < dsps_.size(); ++index) {
     if (Dsp* dsp = dsps_.At(index))
@@ -603,17 +605,26 @@ void Renderer::SeekFrame(std::uint64_t frame) {
 
 void Renderer::SeekTick(std::uint32_t tick) { Seek(song_->time_line().FrameOfTick(tick, {})); }
 
+void Renderer::Seek(std::uint64_t frame) {
+  ratio_ = {};
+  ++ratio_serial_;
+  position_ = frame;
+  decaying_ = ended_ = stopped_ = false;
+  decayed_ = 0;
+  fresh_ = true;
+  if (ensemble_ != nullptr) ensemble_->Reset();
+  chase_pending_.store(true, std::memory_order_release);
+}
+
 // Events that stand exactly at the frame are still to come: their notes sound and their syncs are
 // raised when rendering goes on. The values that they set can be read already; what hides behind
 // the values (the preset in use, the parameter selected for data entry) waits for the events
 // themselves, which find what they would find had everything been played.
-void Renderer::Seek(std::uint64_t frame) {
+void Renderer::Chase() {
+  if (!ChaseIsPending()) return;
   const TimeLine& line = song_->time_line();
-  ratio_ = {};
-  ++ratio_serial_;
-  position_ = frame;
-  next_ = frame == 0 ? 0 : song_->FirstEventAt(line.TickOfFrame(frame - 1, ratio_) + 1);
-  const std::uint32_t tick = line.TickOfFrame(frame, ratio_);
+  next_ = position_ == 0 ? 0 : song_->FirstEventAt(line.TickOfFrame(position_ - 1, ratio_) + 1);
+  const std::uint32_t tick = line.TickOfFrame(position_, ratio_);
   const std::size_t peek =
       tick >= MidiFile::kMaxTick ? song_->events().size() : song_->FirstEventAt(tick + 1);
   const ControlState shown = song_->StateBefore(peek, state_);
@@ -624,10 +635,7 @@ void Renderer::Seek(std::uint64_t frame) {
   state_.effect = shown.effect;
   state_.tempo = shown.tempo;
   UpdateNextFrame();
-  decaying_ = ended_ = stopped_ = false;
-  decayed_ = 0;
-  fresh_ = true;
-  if (voices_ != nullptr) voices_->Reset();
+  if (synth_ != nullptr) synth_->Reset();
   for (int channel = 0; channel < kChannels; ++channel) {
     ForgetHeld(channel);
     SendChannel(channel);
@@ -642,6 +650,7 @@ void Renderer::Seek(std::uint64_t frame) {
     sync->passed = sync->frame < position_;
   }
   PublishAll();
+  chase_pending_.store(false, std::memory_order_release);
 }
 
 void Renderer::PublishAll() {
@@ -663,6 +672,7 @@ void Renderer::Publish(int channel, ChannelValue which) {
 // ---- Events of the program
 
 void Renderer::Apply(int channel, bass::DWORD event, std::uint32_t param) {
+  Chase();
   ChannelState& strip = state_.channel[channel];
   if (event == bass::MIDI_EVENT_NOTE) {
     const int key = static_cast<int>(param & 0x7F);
@@ -706,6 +716,7 @@ void Renderer::Apply(int channel, bass::DWORD event, std::uint32_t param) {
 bool Renderer::ChangeSynth(std::unique_ptr<SoundFontSynth>& synth,
                            std::shared_ptr<SoundFont> font) {
   if (fading_ != nullptr) return false;
+  Chase();
   fading_ = std::move(synth_);
   retired_font_ = std::move(font_);
   synth_ = std::move(synth);
@@ -718,6 +729,7 @@ bool Renderer::ChangeSynth(std::unique_ptr<SoundFontSynth>& synth,
 }
 
 void Renderer::ChangeFont(std::shared_ptr<SoundFont> font) {
+  Chase();
   font_ = font;
   ensemble_->ChangeFont(std::move(font));
   StartHeldNotes();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -95,8 +96,15 @@ class Renderer final : private EventSink {
 
   /// Moves to a frame that was read at the ratio in force, or to a tick; the ratio becomes 1.
   /// Sounding notes and effects end; values become what the file's events up to there have set.
+  ///
+  /// The place is there at once; the values follow when something needs them, so that a program may
+  /// ask for the ticks of thousands of places.
   void SeekFrame(std::uint64_t frame);
   void SeekTick(std::uint32_t tick);
+
+  /// Lets the values follow now. ChaseIsPending may be asked by any thread.
+  void Chase();
+  bool ChaseIsPending() const { return chase_pending_.load(std::memory_order_acquire); }
 
   /// An event that the program sends: applied now, without syncs. Arguments have been checked.
   void Apply(int channel, bass::DWORD event, std::uint32_t param);
@@ -229,6 +237,7 @@ class Renderer final : private EventSink {
   bool fresh_ = true;  ///< nothing rendered since the last seek: values set until then need no ramp
   bool ended_ = false;
   bool stopped_ = false;
+  std::atomic<bool> chase_pending_{false};
   int block_frames_ = 0;  ///< rendered of the block under way
   bool run_ahead_ = false;
   bool planning_ = false;  ///< the sequencer is at work for a file

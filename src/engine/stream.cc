@@ -108,6 +108,7 @@ int Stream::Play(bool restart) {
       if (renderer_.finished()) renderer_.Resume();
       Forget();
     }
+    renderer_.Chase();
     playing_.store(true);
     return bass::BASS_OK;
   });
@@ -230,6 +231,7 @@ int Stream::SetPosition(bass::QWORD position, bass::DWORD mode) {
       }
       renderer_.SeekFrame(position / kFrameBytes);
     }
+    if (playing_.load()) renderer_.Chase();  // not on the mixing thread
     Forget();
     PublishPlace();
     return bass::BASS_OK;
@@ -511,9 +513,15 @@ void Stream::TakeSentEvents() {
   sent_read_.store(read, std::memory_order_release);
 }
 
-bass::DWORD Stream::GetEvent(bass::DWORD channel, bass::DWORD event) const {
+bass::DWORD Stream::GetEvent(bass::DWORD channel, bass::DWORD event) {
   if (channel >= kChannels) return bass::kError32;
   const bool live = rendering_stream == this;
+  if (!live && renderer_.ChaseIsPending() && CanRest()) {
+    AtRest([this] {
+      renderer_.Chase();
+      return 0;
+    });
+  }
   if (event == bass::MIDI_EVENT_TEMPO) return live ? renderer_.state().tempo : tempo_.load();
   if (IsEffectEvent(event)) {
     const std::size_t which = event - bass::MIDI_EVENT_REVERB_TIME;

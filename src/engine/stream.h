@@ -81,7 +81,7 @@ class Stream final : private RendererObserver {
 
   int SendEvent(bass::DWORD channel, bass::DWORD event, bass::DWORD param);
   /// kError32 where the event has no value.
-  bass::DWORD GetEvent(bass::DWORD channel, bass::DWORD event) const;
+  bass::DWORD GetEvent(bass::DWORD channel, bass::DWORD event);
 
   /// Null = silence. Building the synthesiser is done here, on the calling thread.
   int SetFont(std::shared_ptr<SoundFont> font, bass::HSOUNDFONT handle);
