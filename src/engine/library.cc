@@ -52,8 +52,8 @@ int Library::Init(int device, bass::DWORD frequency) {
   const std::lock_guard lock(mutex_);
   if (initialised_) return bass::BASS_ERROR_ALREADY;
   const std::lock_guard device_lock(device_mutex_);
-  plays_ = device != 0;
-  device_ = OutputDevice::Create(plays_, &Library::Render, this);
+  plays_.store(device != 0);
+  device_ = OutputDevice::Create(device != 0, &Library::Render, this);
   taken_.store(0);
   device_view_.store(device_.get());
   device_running_ = false;
@@ -160,6 +160,8 @@ int Library::CreateStreamFromMemory(const std::uint8_t* data, std::uint64_t leng
 
 int Library::AddStream(std::shared_ptr<const Song> song, bass::DWORD flags, bass::HSTREAM* handle) {
   if (song == nullptr) return bass::BASS_ERROR_FILEFORM;
+  const bool decoding = (flags & bass::BASS_STREAM_DECODE) != 0;
+  if (!decoding) plays_.store(true);
   *handle = NewHandle();
   auto stream =
       std::make_shared<Stream>(*handle, std::move(song), (flags & bass::BASS_STREAM_DECODE) != 0,
@@ -175,7 +177,7 @@ int Library::AddStream(std::shared_ptr<const Song> song, bass::DWORD flags, bass
   if (font != nullptr) {
     if (const int error = stream->SetFont(font, font_handle); error != 0) return error;
     // The next song that plays finds a synthesiser ready.
-    if ((flags & bass::BASS_STREAM_DECODE) == 0) Beside([font] { font->Prepare(); });
+    if (!decoding) Beside([font] { font->Prepare(); });
   }
   const std::lock_guard lock(mutex_);
   if (!initialised_) return bass::BASS_ERROR_INIT;
@@ -215,7 +217,7 @@ int Library::FreeStream(bass::HSTREAM handle) {
 int Library::LoadFont(const std::string& path, bass::HSOUNDFONT* handle) {
   if (!initialised()) return bass::BASS_ERROR_INIT;
   SoundFont::Error error = SoundFont::Error::kNone;
-  // Without a device songs are rendered to files, and these read what they need of a bank.
+  // Where nothing plays, songs are rendered to files, and these read what they need of a bank.
   const bool plays = plays_.load();
   std::shared_ptr<SoundFont> font = SoundFont::Load(
       path, &error, plays ? SoundFont::Samples::kAtOnce : SoundFont::Samples::kWhenPlayed);

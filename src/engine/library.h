@@ -87,7 +87,7 @@ class Library final : private StreamOutput {
   std::mutex life_mutex_;     ///< Init against Free; taken before the others
   mutable std::mutex mutex_;  ///< guards the tables; never held while a callback may run
   bool initialised_ = false;
-  std::atomic<bool> plays_{false};  ///< there is a device to play on
+  std::atomic<bool> plays_{false};  ///< there is a device, or a stream that plays without one
   std::atomic<int> render_threads_{static_cast<int>(std::thread::hardware_concurrency())};
   std::map<bass::HSTREAM, std::shared_ptr<Stream>> streams_;
   std::map<bass::HSOUNDFONT, std::shared_ptr<SoundFont>> fonts_;
