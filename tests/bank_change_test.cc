@@ -5,10 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
-#include <mutex>
-#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,69 +14,21 @@
 #include "audio/audio_binding.h"
 #include "audio/loader.h"
 #include "fakes/fake_message_boxes.h"
+#include "fakes/level_listener.h"
 #include "fakes/posted_actions.h"
 #include "fakes/temporary_folder.h"
 #include "song_builder.h"
-#include "tone_bank.h"
 
 namespace vexolo {
 namespace {
 
 namespace fs = std::filesystem;
 using engine::testing::SongBuilder;
-using engine::testing::ToneBank;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-constexpr int kBlock = 441;  ///< frames: 10 ms
 constexpr double kLoudTone = 0.5;
 constexpr double kSoftTone = 0.15;
-
-/// What a stream sounds like, in blocks of 10 ms, and when each was mixed.
-class Listener {
- public:
-  struct Block {
-    Clock::time_point mixed;
-    double level = 0;  ///< root mean square of the left side
-  };
-
-  void Attach(const bass::Api& api, bass::HSTREAM stream) {
-    blocks_.reserve(10000);
-    ASSERT_NE(api.BASS_ChannelSetDSP(stream, &Listener::Hear, this, 0), 0u);
-  }
-  std::vector<Block> blocks() const {
-    const std::lock_guard lock(mutex_);
-    return blocks_;
-  }
-  bool WaitFor(std::size_t count) const {
-    for (int i = 0; i < 2000; ++i) {
-      if (blocks().size() >= count) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return false;
-  }
-
- private:
-  static void BASS_CALLBACK Hear(bass::HDSP, bass::DWORD, void* buffer, bass::DWORD length,
-                                 void* user) {
-    auto* listener = static_cast<Listener*>(user);
-    const std::lock_guard lock(listener->mutex_);
-    const auto* samples = static_cast<const std::int16_t*>(buffer);
-    for (bass::DWORD frame = 0; frame < length / 4; ++frame) {
-      const double sample = samples[2 * frame];
-      listener->sum_ += sample * sample;
-      if (++listener->frames_ < kBlock) continue;
-      listener->blocks_.push_back({Clock::now(), std::sqrt(listener->sum_ / kBlock)});
-      listener->sum_ = 0;
-      listener->frames_ = 0;
-    }
-  }
-
-  mutable std::mutex mutex_;
-  std::vector<Block> blocks_;
-  double sum_ = 0;
-  int frames_ = 0;
-};
 
 class BankChangeTest : public testing::Test {
  protected:
@@ -92,18 +41,13 @@ class BankChangeTest : public testing::Test {
     binding_.Shutdown();
   }
 
-  /// A bank of tones whose presets are called "Aone..." in place of "Tone...".
   std::string Tones(const std::string& file, char first_letter, double amplitude) {
-    std::string bytes = ToneBank(amplitude);
-    for (std::size_t at = bytes.find("Tone"); at != std::string::npos; at = bytes.find("Tone")) {
-      bytes[at] = first_letter;
-    }
-    return folder_.Write(file, bytes);
+    return folder_.Write(file, NamedToneBank(first_letter, amplitude));
   }
   void Play(const std::string& song) {
     audio_.stream = CreateStream(library_->api(), false, song, 0, 0, kPlaybackFlags, 0);
     ASSERT_NE(audio_.stream, 0u);
-    listener_.Attach(library_->api(), audio_.stream);
+    ASSERT_TRUE(listener_.Attach(library_->api(), audio_.stream));
     ASSERT_TRUE(library_->api().BASS_ChannelPlay(audio_.stream, 0));
   }
   /// Changes the bank as the program does; `loaded_` and `adopted_` tell when.
@@ -113,16 +57,6 @@ class BankChangeTest : public testing::Test {
     ASSERT_TRUE(posted_.RunNext());
     adopted_ = Clock::now();
     ASSERT_TRUE(done);
-  }
-  double LongestGap(std::size_t from, std::size_t to, double least) const {
-    double longest = 0;
-    double gap = 0;
-    const auto blocks = listener_.blocks();
-    for (std::size_t i = from; i < to; ++i) {
-      gap = blocks[i].level < least ? gap + 10 : 0;
-      longest = std::max(longest, gap);
-    }
-    return longest;
   }
 
   TemporaryFolder folder_;
@@ -137,7 +71,7 @@ class BankChangeTest : public testing::Test {
                        loaded_ = Clock::now();
                        posted_.Post(std::move(action));
                      }};
-  Listener listener_;
+  LevelListener listener_;
   Clock::time_point adopted_;
   std::vector<std::string> names_of_zero_;
 };
@@ -170,10 +104,9 @@ TEST_F(BankChangeTest, APlayingSongChangesItsSoundAtOnceAndWithoutAGap) {
   // what the old bank's softest block was.
   double softest = before;
   for (std::size_t i = 20; i < 50; ++i) softest = std::min(softest, blocks[i].level);
-  std::size_t changed = then + 60;
-  while (changed > 0 && blocks[changed - 1].level < softest * 0.9) --changed;
+  const std::size_t changed = SofterFrom(blocks, then + 60, softest * 0.9);
   const double delay = Milliseconds(blocks[changed].mixed - loaded_.load()).count();
-  const double gap = LongestGap(20, then + 60, 0.2 * after);
+  const double gap = LongestGap(blocks, 20, then + 60, 0.2 * after);
   RecordProperty("delay_ms", std::to_string(delay));
   RecordProperty("gap_ms", std::to_string(gap));
   EXPECT_LT(delay, 200) << "from the bank being loaded to the other sound";
@@ -221,7 +154,7 @@ TEST_F(BankChangeTest, ARealSongGoesOnWithAnotherRealBank) {
   RecordProperty("longest_wait_during_ms", std::to_string(longest_wait(then, changed)));
   RecordProperty("longest_wait_after_ms", std::to_string(longest_wait(changed, changed + 100)));
   EXPECT_LT(adopting, 200);
-  EXPECT_LT(LongestGap(then, changed + 100, 5), 50);
+  EXPECT_LT(LongestGap(blocks, then, changed + 100, 5), 50);
   EXPECT_NE(audio_.presets.At(0, 0), before);
   EXPECT_NE(audio_.presets.At(0, 0), "");
 }

@@ -8,6 +8,8 @@
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTimer>
+#include <algorithm>
+#include <chrono>
 #include <functional>
 
 #include <gmock/gmock.h>
@@ -18,8 +20,11 @@
 #include "about/system_info_dialog.h"
 #include "app/other_window.h"
 #include "fakes/fake_registry.h"
+#include "fakes/level_listener.h"
 #include "fakes/main_window_bench.h"
 #include "mixer/options_dialog.h"
+#include "mixer/reglage_window.h"
+#include "song_builder.h"
 
 namespace vexolo {
 namespace {
@@ -388,6 +393,67 @@ TEST_F(PluggedOptionsTest, OpenedAndClosedManyTimes) {
     ASSERT_TRUE(Start());
   }
   EXPECT_TRUE(boxes.shown.empty());
+}
+
+// ---- The bank, on the real engine
+
+struct BankInTheProgram : testing::Test, MainWindowBench {
+  BankInTheProgram() {
+    real_library = AudioLibrary::OpenEngine();
+    others = ProgramWindows();
+    folder.Write("Orvanel.SF2", NamedToneBank('A', 0.5));
+    folder.Write(
+        "song.mid",
+        engine::testing::SongBuilder().Control(0, 0, 91, 0).Press(0, 0, 60, 100).End(9600).Song());
+  }
+};
+
+TEST_F(BankInTheProgram, ReplacedWhileASongPlaysItSoundsAtOnceAndItsNamesAreShown) {
+  using Clock = std::chrono::steady_clock;
+  const auto milliseconds = [](Clock::duration duration) {
+    return std::chrono::duration<double, std::milli>(duration).count();
+  };
+  LevelListener listener;
+  ASSERT_TRUE(Start(folder / "song.mid"));
+  const bass::HSTREAM stream = Stream();
+  ASSERT_TRUE(listener.Attach(program->api, stream));
+  window->Action_Reglage();
+  auto& reglage = dynamic_cast<Reglage&>(*window->companion(Companion::kReglage));
+  EXPECT_THAT(reglage.name_button(0).text().toStdString(), HasSubstr("Aone0"));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return listener.blocks().size() >= 50; }));
+  const double loud = listener.blocks()[40].level;
+
+  // A heartbeat of the window thread, which must not be held up while the bank is loaded.
+  Clock::time_point last_beat = Clock::now();
+  double longest_beat = 0;
+  QTimer heart;
+  QObject::connect(&heart, &QTimer::timeout, [&] {
+    longest_beat = std::max(longest_beat, milliseconds(Clock::now() - last_beat));
+    last_beat = Clock::now();
+  });
+  heart.start(2);
+
+  files.answers = {{folder.Write("other.sf2", NamedToneBank('B', 0.15))}};
+  Click(kSetup);
+  Press(Shown<OptionsDlg>(), "btnReplace");
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !program->bank_loader.loading(); }));
+  const Clock::time_point adopted = Clock::now();
+  const std::size_t then = listener.blocks().size();
+  EXPECT_THAT(reglage.name_button(0).text().toStdString(), HasSubstr("Bone0"));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return listener.blocks().size() >= then + 60; }));
+  const auto blocks = listener.blocks();
+  const std::size_t changed = SofterFrom(blocks, then + 60, 0.6 * loud);
+  const double delay = milliseconds(blocks[changed].mixed - adopted);
+  const double gap = LongestGap(blocks, 20, then + 60, 0.06 * loud);
+  RecordProperty("delay_ms", std::to_string(delay));
+  RecordProperty("gap_ms", std::to_string(gap));
+  RecordProperty("longest_beat_ms", std::to_string(longest_beat));
+  EXPECT_LT(changed, then + 60) << "it never sounded like the other bank";
+  EXPECT_LT(delay, 200);
+  EXPECT_LE(gap, 50);
+  EXPECT_EQ(Stream(), stream);
+  EXPECT_TRUE(state().playing);
+  Quit();
 }
 
 }  // namespace
