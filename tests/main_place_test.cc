@@ -18,7 +18,7 @@ class MainPlaceTest : public testing::Test {
   WindowPlace PlaceFor(const char* x, const char* y) {
     ini_.WriteIni("Main", "X", x);
     ini_.WriteIni("Main", "Y", y);
-    return MainPlace(ini_, kWindow, kScreen);
+    return MainPlace(ini_, kWindow, kScreen, kScreen);
   }
   TemporaryFolder folder_;
   FakeMessageBoxes boxes_;
@@ -30,7 +30,7 @@ TEST_F(MainPlaceTest, IsKeptInTwips) {
   StoreMainPlace(ini_, {20, 30});
   EXPECT_EQ("300", ini_.ReadIni("Main", "X"));
   EXPECT_EQ("450", ini_.ReadIni("Main", "Y"));
-  EXPECT_EQ((WindowPlace{20, 30}), MainPlace(ini_, kWindow, kScreen));
+  EXPECT_EQ((WindowPlace{20, 30}), MainPlace(ini_, kWindow, kScreen, kScreen));
 }
 
 TEST_F(MainPlaceTest, BeyondTheScreenTheWindowIsCentred) {
@@ -42,8 +42,16 @@ TEST_F(MainPlaceTest, BeyondTheScreenTheWindowIsCentred) {
   EXPECT_EQ((WindowPlace{-50, -10}), PlaceFor("-750", "-150"));
 }
 
+TEST_F(MainPlaceTest, ASecondScreenIsPartOfTheDesktop) {
+  ini_.WriteIni("Main", "X", "30000");  // 2000 pixels
+  ini_.WriteIni("Main", "Y", "300");
+  EXPECT_EQ((WindowPlace{2000, 20}), MainPlace(ini_, kWindow, {3200, 1200}, kScreen));
+  ini_.WriteIni("Main", "X", "48000");
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, {3200, 1200}, kScreen));
+}
+
 TEST_F(MainPlaceTest, WithoutAPlaceTheWindowIsCentred) {
-  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, kScreen));
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, kScreen, kScreen));
   EXPECT_EQ(kCentred, PlaceFor("", "300"));
 }
 

@@ -5,16 +5,17 @@ namespace {
 
 constexpr const char* kSection = "Main";
 
-bool IsOnScreen(const WindowPlace& place, const WindowExtent& window, const WindowExtent& screen) {
-  return place.x < screen.width && place.y < screen.height && place.x + window.width > 0 &&
+bool IsOn(const WindowExtent& desktop, const WindowPlace& place, const WindowExtent& window) {
+  return place.x < desktop.width && place.y < desktop.height && place.x + window.width > 0 &&
          place.y + window.height > 0;
 }
 
 }  // namespace
 
-WindowPlace MainPlace(ModIni& ini, const WindowExtent& window, const WindowExtent& screen) {
+WindowPlace MainPlace(ModIni& ini, const WindowExtent& window, const WindowExtent& desktop,
+                      const WindowExtent& screen) {
   const auto kept = ReadPlace(ini, kSection);
-  if (kept && IsOnScreen(*kept, window, screen)) return *kept;
+  if (kept && IsOn(desktop, *kept, window)) return *kept;
   return {(screen.width - window.width) / 2, (screen.height - window.height) / 2};
 }
 

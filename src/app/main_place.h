@@ -6,10 +6,12 @@
 
 namespace vexolo {
 
-/// The place that the settings keep ("Main"), as long as it is on the screen: its left edge below
-/// the screen's width, its top below the screen's height, and some of the window to the right of
-/// and below the screen's origin. Else the place that centres the window.
-WindowPlace MainPlace(ModIni& ini, const WindowExtent& window, const WindowExtent& screen);
+/// The place that the settings keep ("Main"), as long as it is on the desktop, which all screens
+/// together make: its left edge below the desktop's width, its top below its height, and some of
+/// the window to the right of and below its origin. Else the place that centres the window on the
+/// first screen.
+WindowPlace MainPlace(ModIni& ini, const WindowExtent& window, const WindowExtent& desktop,
+                      const WindowExtent& screen);
 
 void StoreMainPlace(ModIni& ini, const WindowPlace& place);
 

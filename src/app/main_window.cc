@@ -277,9 +277,11 @@ void frmMidiTest::MarkMissingWindows() {
 }
 
 void frmMidiTest::RestorePlace() {
-  const QRect area = screen()->geometry();
+  const QSize desktop = screen()->virtualSize();
+  const QSize area = screen()->size();
   const WindowPlace place =
-      MainPlace(program_.ini, {width(), height()}, {area.width(), area.height()});
+      MainPlace(program_.ini, {width(), height()}, {desktop.width(), desktop.height()},
+                {area.width(), area.height()});
   move(place.x, place.y);
 }
 
