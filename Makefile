@@ -44,6 +44,7 @@ bench-window: program
 	@scripts/install.sh bench
 	@xvfb-run -a -s "-screen 0 1600x1200x24" python3 bench/window_start.py $(BUILD)/program
 	@xvfb-run -a -s "-screen 0 1600x1200x24" $(BUILD)/bench/window_bench $(BANK) songs/canon.mid 2
+	@xvfb-run -a -s "-screen 0 1600x1200x24" $(BUILD)/bench/lyric_frames songs/a-la-claire-fontaine.mid
 
 acceptance: program
 	@scripts/install.sh acceptance

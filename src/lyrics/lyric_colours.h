@@ -48,7 +48,7 @@ inline constexpr std::array<LyricTheme, 6> kLyricThemes = {{
     {ColourValue(18, 10, 44), ColourValue(104, 92, 144), ColourValue(255, 255, 255),
      ColourValue(212, 88, 164), ColourValue(40, 24, 64)},
     // Paper: dark ink on light ground, where only a dark flash is seen.
-    {ColourValue(240, 236, 224), ColourValue(160, 156, 148), ColourValue(176, 16, 16),
+    {ColourValue(240, 236, 224), ColourValue(124, 120, 112), ColourValue(176, 16, 16),
      ColourValue(24, 48, 104), ColourValue(208, 200, 184)},
     // Strong contrast.
     {ColourValue(0, 0, 0), ColourValue(112, 112, 112), ColourValue(255, 255, 0),

@@ -104,6 +104,8 @@ class LyricScene final : public LyricDisplay {
   /// object and holds until the next call. Takes memory only when a song is longer than all before.
   const LyricFrame& BuildFrame(const LyricModel& model, const GlyphTable& glyphs,
                                std::optional<std::int64_t> tick);
+  /// The last one that was built.
+  const LyricFrame& frame() const { return frame_; }
 
  private:
   struct Colours {
