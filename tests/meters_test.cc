@@ -106,7 +106,7 @@ TEST_F(Vu, ShowsTheLouderSideInTwelfthsCappedAtEleven) {
   EXPECT_EQ((VuMeter{0, 0}), Tick(2730, 0));
   EXPECT_EQ((VuMeter{1, 1}), Tick(0, 2731));
   EXPECT_EQ((VuMeter{6, 6}), Tick(16384, 100));
-  EXPECT_EQ((VuMeter{11, 11}), Tick(32768, 32768));
+  EXPECT_EQ((VuMeter{11, 11, true}), Tick(32768, 32768));
 }
 
 TEST_F(Vu, PeakIsHeldAndFallsBy2048) {

@@ -63,7 +63,7 @@ class SettingsKillTest : public testing::Test {
     const pid_t writer = fork();
     ASSERT_GE(writer, 0);
     if (writer == 0) WriteUntilKilled(folder_ / "Vexolo.ini", folder_ / "song.mid");
-    std::uniform_int_distribution<int> microseconds(0, 4000);
+    std::uniform_int_distribution<int> microseconds(0, 20000);
     std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random_)));
     ASSERT_EQ(kill(writer, SIGKILL), 0);
     int how = 0;
