@@ -24,7 +24,7 @@ namespace {
 constexpr int kWidth = 480;
 constexpr int kHeight = 270;
 
-constexpr int kPixelTolerance = 12;      ///< of 255, for each component
+constexpr int kPixelTolerance = 12;       ///< of 255, for each component
 constexpr double kShareAllowed = 0.0005;  ///< of the pixels may lie outside it: edges
 
 /// Share of the pixels that differ by more than the tolerance.
