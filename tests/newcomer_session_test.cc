@@ -134,7 +134,7 @@ TEST_F(NewcomerSession, IsFoundAgainAsItWasLeft) {
   // Opens three songs: the last one plays.
   files.answers = {songs};
   QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);
-  EXPECT_EQ(3, state().playlist.current());
+  ASSERT_TRUE(QTest::qWaitFor([&] { return state().playlist.current() == 3; }));
   ASSERT_TRUE(WaitUntilItSounds());
 
   // Solo and mute.
