@@ -395,6 +395,16 @@ TEST_F(PluggedOptionsTest, OpenedAndClosedManyTimes) {
   EXPECT_TRUE(boxes.shown.empty());
 }
 
+TEST_F(PluggedOptionsTest, TheBanksInformationIsToldByTheMainWindowToo) {
+  folder.Write("Orvanel.SF2", engine::SmallBank().Bytes());
+  ASSERT_TRUE(Start());
+  Click(kChangeSF, Qt::RightButton);
+  EXPECT_TRUE(files.asked.empty());
+  ASSERT_EQ(boxes.shown.size(), 2u);
+  EXPECT_THAT(boxes.shown[0].text, testing::StartsWith("font_="));
+  EXPECT_EQ(boxes.shown[1].text, "EMU8000\nVersion 2.1");
+}
+
 // ---- The bank, on the real engine
 
 struct BankInTheProgram : testing::Test, MainWindowBench {

@@ -18,6 +18,7 @@
 #include "app/panel_layout.h"
 #include "app/time_dialog.h"
 #include "mixer/channel_strips.h"
+#include "mixer/sound_font_info.h"
 #include "platform/paths.h"
 #include "playlist/list_file.h"
 #include "playlist/play_list_window.h"
@@ -56,6 +57,7 @@ constexpr std::array<ButtonAction, 16> kButtonActions = {{
     {47, &frmMidiTest::Action_Playlist},
 }};
 constexpr int kRecordButton = 36;
+constexpr int kBankButton = 41;
 constexpr int kSetupButton = 45;
 
 struct KeyMeaning {
@@ -365,6 +367,7 @@ void frmMidiTest::ClickButton(int index) {
     display_.DispSoloMute();
     return;
   }
+  if (index == kBankButton && pressed_with_ == kRightButton) return SfInfo_Click();
   if (pressed_with_ != kLeftButton) return;
   for (const ButtonAction& entry : kButtonActions) {
     if (entry.button == index) (this->*entry.action)();
@@ -454,6 +457,11 @@ void frmMidiTest::Action_ChangeSF() {
                                    program_.state.folders.banks,
                                    {}});
   if (!path.empty() && AcceptBankPath(path, program_.env.boxes)) ChangeSF2(path);
+}
+
+void frmMidiTest::SfInfo_Click() {
+  ShowSoundFontInfo(program_.api, program_.state.audio, program_.env.boxes,
+                    context().Section("Options").Text("Bank"));
 }
 
 void frmMidiTest::ChangeSF2(const std::string& path) {

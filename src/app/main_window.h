@@ -58,6 +58,8 @@ class frmMidiTest : public QWidget, private StartUpWindows, private CompanionVie
   void Action_Setup();
   void Action_OpenSongs();
   void Action_About();
+  /// Tells what the bank in use says of itself.
+  void SfInfo_Click();
   /// Loads a bank that was chosen elsewhere, beside the window.
   void ChangeSF2(const std::string& path);
   /// Adds files that were dropped, or chosen, and plays the last one.
