@@ -31,14 +31,12 @@ class MixerWindows : public ::testing::Test, protected MixerBench {
     audio.presets.At(128, 0) = "Standard";
     audio.presets.At(128, 16) = "Power";
     audio.presets.highest_bank = 8;
-    ApplyOverride(bass.api(), audio.stream, state, 0);
   }
 
   /// Presses at the middle of a knob, moves by (dx, dy) and lets go.
   static void Drag(QWidget& knob, int dx, int dy, Qt::KeyboardModifiers keys = Qt::NoModifier) {
     const QPoint from = knob.rect().center();
     QTest::mousePress(&knob, Qt::LeftButton, keys, from);
-    QTest::mouseMove(&knob, from + QPoint(dx, dy));
     QMouseEvent move(QEvent::MouseMove, QPointF(from + QPoint(dx, dy)),
                      QPointF(knob.mapToGlobal(from + QPoint(dx, dy))), Qt::NoButton, Qt::LeftButton,
                      keys);

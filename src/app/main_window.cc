@@ -8,7 +8,6 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QScreen>
-#include <QUrl>
 #include <utility>
 
 #include "about/about_texts.h"
@@ -22,6 +21,7 @@
 #include "platform/paths.h"
 #include "playlist/list_file.h"
 #include "playlist/play_list_window.h"
+#include "widgets/dropped_data.h"
 
 namespace vexolo {
 namespace {
@@ -88,14 +88,6 @@ MainCommand CommandOf(const QKeyEvent& event) {
     if (meaning.toolkit_key == event.key()) return CommandOfKey(meaning.key, modifiers);
   }
   return MainCommand::kNone;
-}
-
-std::vector<std::string> LocalFiles(const QMimeData& data) {
-  std::vector<std::string> paths;
-  for (const QUrl& url : data.urls()) {
-    if (url.isLocalFile()) paths.push_back(url.toLocalFile().toStdString());
-  }
-  return paths;
 }
 
 /// Where a companion window opens that has no place yet: offsets from the main window's corner.

@@ -40,18 +40,13 @@ QSize PanelFaceWidget::sizeHint() const { return {panel::kWidth, panel::kHeight}
 
 void PanelFaceWidget::SetCaptions(const PanelCaptions& captions) {
   captions_ = captions;
-  face_ = {};
+  face_.Forget();
   update();
 }
 
 void PanelFaceWidget::paintEvent(QPaintEvent*) {
-  if (face_.isNull() || face_.devicePixelRatio() != devicePixelRatioF()) {
-    face_ = QPixmap(size() * devicePixelRatioF());
-    face_.setDevicePixelRatio(devicePixelRatioF());
-    QPainter painter(&face_);
-    PaintFace(painter);
-  }
-  QPainter(this).drawPixmap(0, 0, face_);
+  QPainter painter(this);
+  face_.Draw(painter, *this, [this](QPainter& face) { PaintFace(face); });
 }
 
 void PanelFaceWidget::PaintFace(QPainter& painter) const {

@@ -1,12 +1,12 @@
 /// The panel of the main window: what is painted behind its controls.
 #pragma once
 
-#include <QPixmap>
 #include <QString>
 #include <QWidget>
 #include <array>
 
 #include "app/panel_layout.h"
+#include "widgets/kept_picture.h"
 
 namespace vexolo {
 
@@ -44,7 +44,7 @@ class PanelFaceWidget : public QWidget {
 
   const Skin& skin_;
   PanelCaptions captions_;
-  QPixmap face_;
+  KeptPicture face_;
 };
 
 }  // namespace vexolo

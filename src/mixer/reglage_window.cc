@@ -172,7 +172,7 @@ void Reglage::LoadLanguage() {
     }
     DrawChannel(channel);
   }
-  back_ = {};
+  back_.Forget();
   update();
 }
 
@@ -253,14 +253,8 @@ void Reglage::showEvent(QShowEvent*) {
 void Reglage::hideEvent(QHideEvent*) { lamp_timer_.stop(); }
 
 void Reglage::paintEvent(QPaintEvent* event) {
-  if (back_.isNull() || back_.devicePixelRatio() != devicePixelRatioF()) {
-    back_ = QPixmap(size() * devicePixelRatioF());
-    back_.setDevicePixelRatio(devicePixelRatioF());
-    QPainter painter(&back_);
-    PaintBack(painter);
-  }
   QPainter painter(this);
-  painter.drawPixmap(0, 0, back_);
+  back_.Draw(painter, *this, [this](QPainter& back) { PaintBack(back); });
   for (int channel = 0; channel < kChannels; ++channel) {
     const QRect lamp = LampRect(channel);
     if (!event->rect().intersects(lamp)) continue;

@@ -1,10 +1,8 @@
 /// The window of the channel settings.
 #pragma once
 
-#include <QPixmap>
 #include <QTimer>
 #include <array>
-#include <vector>
 
 #include "audio/audio_state.h"
 #include "mixer/controller_table.h"
@@ -12,6 +10,7 @@
 #include "mixer/instrument_button_widget.h"
 #include "mixer/mix_state.h"
 #include "widgets/companion_window.h"
+#include "widgets/kept_picture.h"
 #include "widgets/knob_widget.h"
 
 namespace vexolo {
@@ -74,7 +73,7 @@ class Reglage : public CompanionWindow {
   std::array<int, kChannels> lamp_frames_{};
   std::array<QString, kControllerKinds> captions_;
   QString no_preset_;
-  QPixmap back_;  ///< what does not change, for the scale of the screen
+  KeptPicture back_;  ///< what does not change
   QTimer lamp_timer_;
 };
 

@@ -137,7 +137,7 @@ void Reverb::LoadLanguage() {
     bypass_button(chorus).setToolTip(text);
     bypass_button(chorus).setAccessibleName(text);
   }
-  back_ = {};
+  back_.Forget();
   for (int kind = 1; kind <= kSongKinds; ++kind) DrawKnob(kind);
   DrawBypass();
   update();
@@ -188,14 +188,8 @@ void Reverb::DrawBypass() {
 void Reverb::showEvent(QShowEvent*) { Refresh(); }
 
 void Reverb::paintEvent(QPaintEvent* event) {
-  if (back_.isNull() || back_.devicePixelRatio() != devicePixelRatioF()) {
-    back_ = QPixmap(size() * devicePixelRatioF());
-    back_.setDevicePixelRatio(devicePixelRatioF());
-    QPainter painter(&back_);
-    PaintBack(painter);
-  }
   QPainter painter(this);
-  painter.drawPixmap(0, 0, back_);
+  back_.Draw(painter, *this, [this](QPainter& back) { PaintBack(back); });
   for (int kind = 1; kind <= kSongKinds; ++kind) {
     if (event->rect().intersects(ValueRect(kind))) PaintValue(painter, kind);
   }

@@ -1,12 +1,12 @@
 /// The window of the song-wide effects.
 #pragma once
 
-#include <QLabel>
 #include <array>
 
 #include "mixer/mix_state.h"
 #include "mixer/reverb_chorus.h"
 #include "widgets/companion_window.h"
+#include "widgets/kept_picture.h"
 #include "widgets/knob_widget.h"
 #include "widgets/sprite_button.h"
 
@@ -61,7 +61,7 @@ class Reverb : public CompanionWindow {
   std::array<QString, 2> frames_;
   QString bypass_caption_;
   std::array<QString, kSongKinds> captions_;
-  QPixmap back_;  ///< what does not change, for the scale of the screen
+  KeptPicture back_;  ///< what does not change
 };
 
 }  // namespace vexolo

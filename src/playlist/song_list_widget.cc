@@ -8,11 +8,11 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QStyledItemDelegate>
-#include <QUrl>
 #include <algorithm>
 #include <utility>
 
 #include "platform/paths.h"
+#include "widgets/dropped_data.h"
 #include "widgets/window_context.h"
 
 namespace vexolo {
@@ -37,14 +37,6 @@ constexpr int kLengthPadding = 26;
 QByteArray OwnEntries() { return QByteArray::number(QCoreApplication::applicationPid()); }
 
 bool HasOwnEntries(const QMimeData& data) { return data.data(kEntriesType) == OwnEntries(); }
-
-std::vector<std::string> LocalFiles(const QMimeData& data) {
-  std::vector<std::string> paths;
-  for (const QUrl& url : data.urls()) {
-    if (url.isLocalFile()) paths.push_back(url.toLocalFile().toStdString());
-  }
-  return paths;
-}
 
 QPalette GlassPalette(QPalette palette) {
   palette.setColor(QPalette::Base, kGlass);

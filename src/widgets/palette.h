@@ -5,8 +5,8 @@ class QApplication;
 
 namespace vexolo {
 
-/// Dark charcoal with the panel's amber for what is selected; the toolkit's plain style, so that it
-/// looks the same everywhere. Window thread, once, before any window is made.
+/// Dark charcoal with the panel's accent for what is selected; the toolkit's plain style, so that
+/// it looks the same everywhere. Window thread, once, before any window is made.
 void UseDarkPalette(QApplication& application);
 
 }  // namespace vexolo
