@@ -52,6 +52,16 @@ TEST_F(LyricViewOptionsTest, AThemeThatIsNotThereIsTheFirst) {
   }
 }
 
+TEST(LyricDrawing, TheSecondScreenIsAnotherOneThanTheMainWindows) {
+  EXPECT_EQ(0, FullScreenTarget(1, 0, 0, true));
+  EXPECT_EQ(0, FullScreenTarget(2, 0, 0, false));
+  EXPECT_EQ(1, FullScreenTarget(2, 0, 0, true));
+  EXPECT_EQ(0, FullScreenTarget(2, 1, 1, true));
+  EXPECT_EQ(1, FullScreenTarget(3, 0, 0, true));
+  EXPECT_EQ(2, FullScreenTarget(3, 0, 2, true));  // the user has put it there
+  EXPECT_EQ(2, FullScreenTarget(3, 0, 2, false));
+}
+
 TEST(LyricDrawing, OnlyAGraphicsCardSmoothesEdges) {
   EXPECT_EQ(0, SamplesFor("llvmpipe (LLVM 15.0.6, 256 bits)"));
   EXPECT_EQ(0, SamplesFor("softpipe"));

@@ -52,6 +52,12 @@ void SaveLyricViewOptions(ModIni& ini, const LyricViewOptions& options,
   }
 }
 
+int FullScreenTarget(int count, int main, int own, bool second_screen) {
+  if (!second_screen || count < 2) return own;
+  if (own != main) return own;  // it stands there already
+  return main == 0 ? 1 : 0;
+}
+
 int SamplesFor(std::string_view renderer) {
   const bool is_software = std::any_of(
       kSoftwareRenderers.begin(), kSoftwareRenderers.end(),

@@ -30,6 +30,10 @@ void SaveLyricViewOptions(ModIni& ini, const LyricViewOptions& options,
 inline constexpr std::array<std::int16_t, 5> kCodePageChoices = {
     kCodePageNone, kCodePageWindows, kCodePageDos, kCodePageMacintosh, kCodePageUtf8};
 
+/// Which of `count` screens full screen goes to: another one than `main`, where that is wanted and
+/// there is one, else `own`. Numbers from 0.
+int FullScreenTarget(int count, int main, int own, bool second_screen);
+
 /// Samples for each pixel: 4 where a graphics card does it, 0 where the processor draws. `renderer`
 /// is the name that OpenGL gives.
 int SamplesFor(std::string_view renderer);

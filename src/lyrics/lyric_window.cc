@@ -2,8 +2,8 @@
 
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QGuiApplication>
 #include <QKeyEvent>
+#include <QList>
 #include <QPalette>
 #include <QScreen>
 #include <algorithm>
@@ -106,6 +106,8 @@ bool OGLWin::Load() {
     return false;
   }
   UpdateViewport();
+  winId();  // there is a window handle from here on
+  QObject::connect(windowHandle(), &QWindow::screenChanged, this, [this] { ReadRefreshRate(); });
   is_loaded_ = true;
   return true;
 }
@@ -283,22 +285,25 @@ void OGLWin::ApplyFullScreen() {
     return;
   }
   ordinary_place_ = geometry();
-  QScreen* target = FullScreenTarget();
+  QScreen* target = TargetScreen();
   if (target != screen()) setScreen(target);
   setGeometry(target->geometry());
   showFullScreen();
 }
 
-/// The other screen where that is wanted and there is one.
-QScreen* OGLWin::FullScreenTarget() const {
-  if (options_.second_screen) {
-    const QScreen* first = main_window() != nullptr ? main_window()->screen() : screen();
-    for (QScreen* other : QGuiApplication::screens()) {
-      if (other != first) return other;
-    }
-  }
-  return screen();
+QScreen* OGLWin::TargetScreen() const {
+  const QList<QScreen*> screens = ReachableScreens();
+  const auto place_of = [&](QScreen* screen) {
+    return static_cast<int>(std::max<qsizetype>(screens.indexOf(screen), 0));
+  };
+  const int own = place_of(screen());
+  const int main = main_window() != nullptr ? place_of(main_window()->screen()) : own;
+  return screens[FullScreenTarget(static_cast<int>(screens.size()), main, own,
+                                  options_.second_screen)];
 }
+
+/// Those of the same desktop: its own is always among them.
+QList<QScreen*> OGLWin::ReachableScreens() const { return screen()->virtualSiblings(); }
 
 void OGLWin::ChooseOnTop(bool on_top) {
   const LyricViewOptions before = options_;
@@ -351,7 +356,7 @@ LyricMenuChoices OGLWin::MenuChoices() {
 
 LyricMenu& OGLWin::PrepareMenu() {
   menu_->ShowState({.options = options_,
-                    .has_other_screen = QGuiApplication::screens().size() > 1,
+                    .has_other_screen = ReachableScreens().size() > 1,
                     .zoom = scene_.zoom(),
                     .has_song = parts_.audio.stream != 0,
                     .code_page = parts_.model.code_pages().forced()});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QList>
 #include <QTimer>
 #include <cstdint>
 #include <functional>
@@ -92,7 +93,8 @@ class OGLWin final : public CompanionWindow {
   void ApplyOnTop();
   void ApplyTheme();
   void Zoom(int steps);
-  QScreen* FullScreenTarget() const;
+  QScreen* TargetScreen() const;
+  QList<QScreen*> ReachableScreens() const;
 
   LyricMenuChoices MenuChoices();
   void ShowMenu(QPoint at);

@@ -36,9 +36,6 @@ class VueOpenGL final : public QWindow {
   bool MakeCurrent();
   void SwapBuffers();
 
-  /// In pixels of the screen.
-  QSize PixelSize() const { return size() * devicePixelRatio(); }
-
   // May be empty.
   std::function<void()> on_expose;  ///< it has to be drawn again
   std::function<void(QKeyEvent& event)> on_key;
