@@ -1,8 +1,10 @@
 // layer: engine
 #include "engine/background.h"
 
+#include <chrono>
 #include <future>
 #include <memory>
+#include <new>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -26,6 +28,14 @@ TEST(Background, WorkIsDoneInItsOrderOnAnotherThread) {
   last.get_future().wait();
   EXPECT_THAT(done, ::testing::ElementsAre(0, 1, 2, 3, 4));
   EXPECT_NE(thread, std::this_thread::get_id());
+}
+
+TEST(Background, WorkForWhichMemoryIsMissingIsGivenUpAndTheNextIsDone) {
+  std::promise<void> last;
+  Background background;
+  background.Run([] { throw std::bad_alloc(); });
+  background.Run([&] { last.set_value(); });
+  EXPECT_EQ(last.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 TEST(Background, AtItsEndTheRunningPieceIsWaitedForAndTheRestIsDropped) {

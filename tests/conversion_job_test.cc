@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 
@@ -297,6 +298,18 @@ TEST_F(ConversionJobTest, ASongThatWasOpenedForNothingIsClosed) {
   job_.Discard();
   EXPECT_EQ(bass::BASS_ACTIVE_STOPPED, library_->api().BASS_ChannelIsActive(opened.stream));
   EXPECT_EQ(bass::BASS_ERROR_HANDLE, library_->api().BASS_ErrorGetCode());
+}
+
+TEST_F(ConversionJobTest, AQuestionThatCannotBeAskedCountsAsNo) {
+  std::filesystem::create_directories(folder_ / "out");
+  folder_.Write("out/audio.wav", "old");
+  ConversionJob::Events events = Events();
+  events.ask = [](const std::string&, const std::string&) -> bool { throw std::bad_alloc(); };
+  job_.Run(song_, request_, std::move(events));
+  EXPECT_THROW(window_.RunUntil([this] { return outcome_.has_value(); }), std::bad_alloc);
+  ASSERT_TRUE(window_.RunUntil([this] { return outcome_.has_value(); }));
+  EXPECT_EQ(RunStatus::kRefused, outcome_->result.status);
+  EXPECT_EQ("old", folder_.Read("out/audio.wav"));
 }
 
 }  // namespace

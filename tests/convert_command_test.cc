@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -667,6 +668,12 @@ TEST(JsonTextTest, EscapesWhatJsonReserves) {
   EXPECT_EQ(JsonText("a\"b\\c\n\x01"), "\"a\\\"b\\\\c\\u000a\\u0001\"");
   EXPECT_EQ(JsonText("é"), "\"é\"");
   EXPECT_EQ(JsonText("\xE9"), "\"é\"") << "bytes that are not UTF-8";
+}
+
+TEST_F(ConvertCommandTest, MissingMemoryIsAMessageAndTheExitStatusOfAFailure) {
+  clock_ = []() -> double { throw std::bad_alloc(); };
+  EXPECT_EQ(Convert({"-f", "wav", song_}), 1);
+  EXPECT_THAT(err_.str(), HasSubstr("memory has run out"));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <new>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -342,6 +343,24 @@ TEST(ExpectedBytesTest, FollowsTheFormat) {
   EXPECT_DOUBLE_EQ(ExpectedBytes(AudioFormat::kMp3, "320", 2), 80000);
   EXPECT_DOUBLE_EQ(ExpectedBytes(AudioFormat::kMp3, "", 2), 32000);
   EXPECT_LE(ExpectedBytes(AudioFormat::kOgg, "128", 2), 32000);
+}
+
+TEST_F(EncodingRunTest, WhereMemoryRunsOutTheRunIsGivenUpAndSaysSo) {
+  const RunResult result = Convert([](double) -> bool { throw std::bad_alloc(); });
+  EXPECT_EQ(result.status, RunStatus::kNoMemory);
+  EXPECT_EQ(song_.closed, 1);
+  EXPECT_EQ(bass_.Calls<FakeBass::EncodeStop>().size(), 1U);
+  ASSERT_EQ(boxes_.shown.size(), 1U);
+  EXPECT_FALSE(FileExists(Path(".kok")));
+}
+
+TEST_F(EncodingRunTest, SoundThatEndsBeforeTheSongIsNoFinishedSong) {
+  bass_.Fail("BASS_ChannelGetData", bass::BASS_ERROR_MEM, -1);
+  EXPECT_EQ(Convert().status, RunStatus::kNoMemory);
+  bass_.Fail("BASS_ChannelGetData", bass::BASS_ERROR_UNKNOWN, -1);
+  boxes_.answers = {true};
+  EXPECT_EQ(Convert().status, RunStatus::kEncoderFailed);
+  EXPECT_EQ(boxes_.shown.size(), 2U);
 }
 
 }  // namespace

@@ -70,7 +70,8 @@ TEST_F(RunReportTest, EveryLanguageHasAReasonAndAnErrorForEveryFailure) {
     for (const RunStatus status :
          {RunStatus::kCannotMakeFolder, RunStatus::kFieldRefused, RunStatus::kIsTheSong,
           RunStatus::kCannotOpenSong, RunStatus::kTooLong, RunStatus::kNoSpace,
-          RunStatus::kCannotStart, RunStatus::kEncoderFailed, RunStatus::kLyricsNotWritten}) {
+          RunStatus::kCannotStart, RunStatus::kEncoderFailed, RunStatus::kNoMemory,
+          RunStatus::kLyricsNotWritten}) {
       const RunResult result = Result(status);
       const RunCause cause = CauseOf(result, AudioFormat::kMp3);
       const std::string reason = ReasonText(texts, cause, result, AudioFormat::kMp3);

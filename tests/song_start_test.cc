@@ -2,6 +2,7 @@
 #include "app/song_start.h"
 
 #include <filesystem>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -508,6 +509,31 @@ TEST_F(SongStartTest, ClosingTheSongFreesItsStreamAndForgetsItsLength) {
   EXPECT_EQ(0, state_.audio.song_length);
   start_.CloseSong();
   EXPECT_EQ(1, bass_.CallCount("BASS_StreamFree"));
+}
+
+// ---- Without memory
+
+TEST_F(SongStartTest, WhereMemoryRunsOutNoSongIsLeftAndNothingIsSavedForIt) {
+  WriteSetting("Volume", "Ch3", "150");
+  WriteSetting("Mute", "Ch7", "1");
+  const std::string before = folder_.Read("song.zvn");
+  bass_.on_stream_event = [](const FakeBass::StreamEvent&) { throw std::bad_alloc(); };
+  EXPECT_THROW(Start(), std::bad_alloc);
+  EXPECT_EQ(0u, state_.audio.stream);
+  EXPECT_EQ(0u, bass_.stream_count());
+  EXPECT_EQ("", settings_.path());
+  settings_.SaveVolume(state_.mix);
+  settings_.SaveMute(state_.mix);
+  EXPECT_EQ(before, folder_.Read("song.zvn"));
+}
+
+TEST_F(SongStartTest, AfterMemoryCameBackTheSongStartsAsEver) {
+  WriteSetting("Volume", "Ch3", "150");
+  bass_.on_stream_event = [](const FakeBass::StreamEvent&) { throw std::bad_alloc(); };
+  EXPECT_THROW(Start(), std::bad_alloc);
+  bass_.on_stream_event = {};
+  EXPECT_EQ(SongStartResult::kStarted, Start());
+  EXPECT_EQ(folder_ / "song.zvn", settings_.path());
 }
 
 }  // namespace

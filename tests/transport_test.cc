@@ -1,6 +1,7 @@
 // layer: core
 #include "app/transport.h"
 
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -471,6 +472,19 @@ TEST_F(TransportTest, SeekByDoesNothingWithoutASongOrDuringAConversion) {
   bass_.ClearCalls();
   transport_.SeekBy(5);
   EXPECT_THAT(bass_.texts(), IsEmpty());
+}
+
+// ---- Without memory
+
+TEST_F(TransportTest, WhereMemoryRunsOutNothingPlaysAndTheButtonComesUp) {
+  bass_.on_stream_event = [](const FakeBass::StreamEvent&) { throw std::bad_alloc(); };
+  EXPECT_THROW(transport_.Action_Play(), std::bad_alloc);
+  EXPECT_FALSE(state_.playing);
+  EXPECT_EQ(0u, Stream());
+  EXPECT_FALSE(view_.play.back());
+  bass_.on_stream_event = {};
+  transport_.Action_Play();
+  EXPECT_EQ(songs_[0], Playing());
 }
 
 }  // namespace

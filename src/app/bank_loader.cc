@@ -18,14 +18,15 @@ void BankLoader::Load(const std::string& path, KeepBank keep, Done done) {
 void BankLoader::Begin() {
   current_ = std::move(*next_);
   next_.reset();
-  loading_ = true;
-  const std::weak_ptr<bool> alive = alive_;
-  thread_ = std::thread([this, alive, path = current_.path] {
+  // Made here, so that the thread has nothing to make: it could tell nobody that it cannot.
+  std::function<void()> arrival = [this, alive = std::weak_ptr<bool>(alive_)] {
+    if (!alive.expired()) Arrived();
+  };
+  thread_ = std::thread([this, arrival = std::move(arrival), path = current_.path] {
     arrived_ = binding_.LoadBank(path);
-    post_([this, alive] {
-      if (!alive.expired()) Arrived();
-    });
+    PostSurely(post_, arrival);
   });
+  loading_ = true;
 }
 
 void BankLoader::Arrived() {

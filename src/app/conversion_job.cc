@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "app/separate_song.h"
@@ -11,6 +12,9 @@
 namespace vexolo {
 
 namespace {
+
+constexpr const char* kNoMemory = "Mémoire insuffisante.";
+constexpr const char* kNoMemoryTitle = "Error";
 
 double SystemClock() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -114,7 +118,16 @@ class ConversionJob::Worker : private MessageBoxes {
   /// False where nobody can answer any more.
   bool Ask(std::function<bool()> question) {
     const std::shared_ptr<Meeting> meeting = job_.meeting_;
-    job_.Tell([meeting, question = std::move(question)] { meeting->Answer(question()); });
+    job_.Tell([meeting, question = std::move(question)] {
+      bool yes = false;
+      try {
+        yes = question();
+      } catch (...) {
+        meeting->Answer(false);  // nobody waits for ever
+        throw;
+      }
+      meeting->Answer(yes);
+    });
     return meeting->WaitForAnswer();
   }
 
@@ -180,39 +193,61 @@ ConversionJob::ConversionJob(Parts parts)
 
 ConversionJob::~ConversionJob() { GiveUp(); }
 
+// What the thread has to tell in the end is made beforehand: then it can be told whatever becomes
+// of the work.
 void ConversionJob::Open(const JobSong& song, std::function<void(const OpenedSong&)> opened) {
-  Start([this, song, opened = std::move(opened)] {
-    worker_->Open(song);
-    Tell([this, opened, answer = worker_->Opened()] {
-      Finish();
-      opened(answer);
-    });
-  });
+  auto answer = std::make_shared<OpenedSong>();
+  Start(
+      [this, song, answer] {
+        try {
+          worker_->Open(song);
+          *answer = worker_->Opened();
+        } catch (const std::bad_alloc&) {
+          *answer = {};
+        }
+      },
+      [this, opened = std::move(opened), answer] {
+        Finish();
+        opened(*answer);
+      });
 }
 
 void ConversionJob::Run(const JobSong& song, const RunRequest& request, Events events) {
-  Start([this, song, request, events = std::make_shared<const Events>(std::move(events))] {
-    RunOutcome outcome = worker_->Run(song, request, events);
-    Tell([this, events, outcome = std::move(outcome)] {
-      Finish();
-      events->ended(outcome);
-    });
-  });
+  auto shared_events = std::make_shared<const Events>(std::move(events));
+  auto outcome = std::make_shared<RunOutcome>();
+  // Room for what a run without memory has to say.
+  outcome->messages.push_back({kNoMemory, kNoMemoryTitle, BoxIcon::kExclamation});
+  Start(
+      [this, song, request, shared_events, outcome] {
+        try {
+          *outcome = worker_->Run(song, request, shared_events);
+        } catch (const std::bad_alloc&) {
+          outcome->result.status = RunStatus::kNoMemory;
+          worker_->Close();
+        }
+      },
+      [this, shared_events, outcome] {
+        Finish();
+        shared_events->ended(*outcome);
+      });
 }
 
-void ConversionJob::Start(std::function<void()> work) {
+void ConversionJob::Start(std::function<void()> work, std::function<void()> ended) {
   cancelled_ = false;
   share_ = 0;
   length_ = 0;
   begun_ = -1;
   if (worker_ == nullptr) worker_ = std::make_unique<Worker>(*this);
-  thread_ = std::thread(std::move(work));
+  thread_ = std::thread([this, work = std::move(work), last = WhileAwaited(std::move(ended))] {
+    work();
+    PostSurely(parts_.post, last);
+  });
 }
 
-void ConversionJob::Tell(std::function<void()> function) {
-  parts_.post([meeting = meeting_, function = std::move(function)] {
+std::function<void()> ConversionJob::WhileAwaited(std::function<void()> function) const {
+  return [meeting = meeting_, function = std::move(function)] {
     if (!meeting->IsAbandoned()) function();
-  });
+  };
 }
 
 // The thread has posted the last thing that it had to say.

@@ -123,9 +123,12 @@ class ConversionJob {
   struct Meeting;
   class Worker;
 
-  void Start(std::function<void()> work);
+  /// Runs `work`, which throws nothing, on the thread, then `ended` on the window thread.
+  void Start(std::function<void()> work, std::function<void()> ended);
+  /// The function as it may be posted: it does nothing once the window has gone.
+  std::function<void()> WhileAwaited(std::function<void()> function) const;
   /// Worker: the function runs on the window thread.
-  void Tell(std::function<void()> function);
+  void Tell(std::function<void()> function) { parts_.post(WhileAwaited(std::move(function))); }
   void Finish();
 
   Parts parts_;

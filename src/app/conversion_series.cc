@@ -51,8 +51,21 @@ ConversionSeries::ConversionSeries(Parts parts)
 
 ConversionSeries::~ConversionSeries() { ShutDown(); }
 
+template <typename Action>
+void ConversionSeries::Attempt(Action action) {
+  try {
+    action();
+  } catch (...) {
+    Finish();
+    throw;
+  }
+}
+
 void ConversionSeries::Action_Record() {
-  if (phase_ != Phase::kIdle) return;
+  if (phase_ == Phase::kIdle) Attempt([&] { Begin(); });
+}
+
+void ConversionSeries::Begin() {
   const modMidiTest& state = parts_.state;
   if (state.audio.font == 0) {
     parts_.boxes.Show(Texts("Main").Message("SF2NoneInfo"), {}, BoxIcon::kExclamation);
@@ -76,7 +89,7 @@ void ConversionSeries::Prepare() {
     return;
   }
   phase_ = Phase::kOpening;
-  job_.Open(SongForJob(), [this](const OpenedSong& song) { Opened(song); });
+  job_.Open(SongForJob(), [this](const OpenedSong& song) { Attempt([&] { Opened(song); }); });
 }
 
 void ConversionSeries::Opened(const OpenedSong& song) {
@@ -135,7 +148,7 @@ void ConversionSeries::StartRun() {
               return parts_.boxes.AskYesNo(text, title);
             },
             [this](const OpenedSong& song) { ShowOpened(song); },
-            [this](const RunOutcome& outcome) { Ended(outcome); }});
+            [this](const RunOutcome& outcome) { Attempt([&] { Ended(outcome); }); }});
 }
 
 void ConversionSeries::ReplaceWhatPlays() {
@@ -226,10 +239,12 @@ void ConversionSeries::TimerEncodage_Timer() {
     Finish();
     return;
   }
-  song_ = *next;
-  place_ = parts_.state.playlist.current();
-  ++number_;
-  Prepare();
+  Attempt([&] {
+    song_ = *next;
+    place_ = parts_.state.playlist.current();
+    ++number_;
+    Prepare();
+  });
 }
 
 void ConversionSeries::Cancel() {

@@ -100,6 +100,10 @@ class ConversionSeries {
     kWaiting,  ///< for the timer
   };
 
+  /// What is thrown for want of memory or of a thread goes on to the caller, and ends the series.
+  template <typename Action>
+  void Attempt(Action action);
+  void Begin();
   void Prepare();
   void Opened(const OpenedSong& song);
   void Ask(const SongIdentity& identity);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <exception>
+#include <new>
 #include <ostream>
 #include <thread>
 
@@ -21,6 +23,7 @@ namespace {
 
 constexpr const char* kProgram = "vexolo-convert";
 constexpr int kNoSound = 0;  ///< output device
+constexpr const char* kNoMemory = "memory has run out";
 
 /// A song, or an input that stands for none and why.
 struct Item {
@@ -100,9 +103,14 @@ class Command {
   int Convert() {
     if (!CheckAudioVersion(environment_.api, boxes_)) return kExitFailed;
     if (!binding_.Initialise(nullptr, kNoSound)) return kExitFailed;
-    const int status = ConvertWithLibrary();
-    binding_.Shutdown();
-    return status;
+    try {
+      const int status = ConvertWithLibrary();
+      binding_.Shutdown();
+      return status;
+    } catch (...) {
+      binding_.Shutdown();
+      throw;
+    }
   }
 
  private:
@@ -158,15 +166,29 @@ class Command {
                          environment_.clock ? environment_.clock : SystemClock);
     next_ = 0;
     std::vector<std::thread> others;
-    for (std::size_t worker = 1; worker < workers; ++worker) {
-      others.emplace_back([&, worker] { Work(worker, context, report); });
+    others.reserve(workers);
+    try {
+      for (std::size_t worker = 1; worker < workers; ++worker) {
+        others.emplace_back([&, worker] { Work(worker, context, report); });
+      }
+    } catch (const std::exception&) {
+      // Where the system has no more threads, those that are there do the work.
     }
     Work(0, context, report);
     for (std::thread& other : others) other.join();
+    if (failed_) throw std::bad_alloc();
     return report.Finish();
   }
 
   void Work(std::size_t worker, const ConvertContext& context, ConvertReport& report) {
+    try {
+      WorkThroughSongs(worker, context, report);
+    } catch (const std::exception&) {
+      failed_ = true;  // the songs that are left have no report
+    }
+  }
+
+  void WorkThroughSongs(std::size_t worker, const ConvertContext& context, ConvertReport& report) {
     SongConverter converter(context);
     const RunProgress progress = [&](double share) {
       report.Progress(worker, share);
@@ -181,11 +203,15 @@ class Command {
 
   static SongReport ReportOf(const Item& item, SongConverter& converter,
                              const RunProgress& progress) {
-    if (item.problem.empty()) return converter.Convert(item.path, progress);
     SongReport report;
     report.song = item.path;
     report.outcome = SongReport::Outcome::kFailed;
     report.reason = item.problem;
+    try {
+      if (item.problem.empty()) return converter.Convert(item.path, progress);
+    } catch (const std::bad_alloc&) {
+      report.reason = kNoMemory;
+    }
     return report;
   }
 
@@ -201,12 +227,14 @@ class Command {
   AudioBinding binding_;
   const std::vector<Item> items_;
   std::atomic<std::size_t> next_ = 0;
+  std::atomic<bool> failed_ = false;  ///< a worker has ended for want of memory
 };
 
 }  // namespace
 
-int RunConvertCommand(const std::vector<std::string>& arguments,
-                      const ConvertEnvironment& environment) {
+namespace {
+
+int RunTask(const std::vector<std::string>& arguments, const ConvertEnvironment& environment) {
   const ConvertStreams& streams = environment.streams;
   std::string error;
   const std::optional<ConvertOptions> options = ParseConvertOptions(arguments, &error);
@@ -226,6 +254,20 @@ int RunConvertCommand(const std::vector<std::string>& arguments,
       return Command(*options, environment).Dump();
     case ConvertOptions::Task::kConvert:
       return Command(*options, environment).Convert();
+  }
+  return kExitFailed;
+}
+
+}  // namespace
+
+int RunConvertCommand(const std::vector<std::string>& arguments,
+                      const ConvertEnvironment& environment) {
+  try {
+    return RunTask(arguments, environment);
+  } catch (const std::bad_alloc&) {
+    environment.streams.err << kProgram << ": " << kNoMemory << std::endl;
+  } catch (const std::exception& reason) {
+    environment.streams.err << kProgram << ": " << reason.what() << std::endl;
   }
   return kExitFailed;
 }

@@ -1,6 +1,7 @@
 /// vexolo-convert: songs to finished files, from the command line.
 
 #include <cstdio>
+#include <exception>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -13,7 +14,9 @@
 #include "platform/settings_folder.h"
 #include "platform/terminal.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int Run(int argc, char** argv) {
   using namespace vexolo;
   const InterruptWatch interrupt;
   const std::string program_folder = ProgramFolder();
@@ -29,4 +32,15 @@ int main(int argc, char** argv) {
       [&] { return interrupt.IsRequested(); },
       {}};
   return RunConvertCommand(std::vector<std::string>(argv + 1, argv + argc), environment);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& reason) {
+    std::fprintf(stderr, "vexolo-convert: %s\n", reason.what());
+    return vexolo::kExitFailed;
+  }
 }

@@ -202,7 +202,10 @@ void frmMidiTest::ConnectDisplay() {
 
 void frmMidiTest::ConnectTimers() {
   tmrMidiTest.setInterval(kMainTimerInterval);
-  QObject::connect(&tmrMidiTest, &QTimer::timeout, this, [this] { main_timer_.Tick(); });
+  QObject::connect(&tmrMidiTest, &QTimer::timeout, this, [this] {
+    program_.end_of_song.Tell();
+    main_timer_.Tick();
+  });
   TimerEncodage.setInterval(kEncodingInterval);
   QObject::connect(&TimerEncodage, &QTimer::timeout, this, [this] {
     if (conversion_.timer_tick) conversion_.timer_tick();
@@ -244,6 +247,9 @@ void frmMidiTest::LoadLanguage() {
   const std::string code = StemOf(program_.state.language_file);
   translation_.Use(code + kLanguageExtension == kDefaultLanguageFile ? "fr" : code);
   display_.LoadLanguage(context());
+  if (program_.env.guard != nullptr) {
+    program_.env.guard->set_no_memory_text(context().Section("Main").Message("NoMemory"));
+  }
   main_timer_.set_bank_texts(display_.bank_texts());
   for (const PluggedCompanion& other : companions_) {
     if (other.window) other.window->LoadLanguage();

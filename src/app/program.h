@@ -3,9 +3,11 @@
 
 #include <atomic>
 #include <functional>
+#include <new>
 #include <string>
 #include <utility>
 
+#include "app/action_guard.h"
 #include "app/bank_loader.h"
 #include "app/program_state.h"
 #include "app/song_start.h"
@@ -45,6 +47,7 @@ struct ProgramEnvironment {
   std::function<bool(const std::string& path)> open_document = [](const std::string&) {
     return false;
   };
+  ActionGuard* guard = nullptr;  ///< around the window thread's actions, where there is one
 };
 
 /// The lyric window is made after what speaks to it, and may be missing.
@@ -74,13 +77,22 @@ class PostedEndOfSong : public EndOfSongNotifier {
     listener_ = std::move(listener);
   }
   void SongEnded(bass::HSTREAM stream) override {
-    post_([this, stream] {
-      if (listener_) listener_(stream);
-    });
+    ended_ = stream;
+    try {
+      post_([this] { Tell(); });
+    } catch (const std::bad_alloc&) {
+      // Then the main timer's tick finds it.
+    }
+  }
+  /// Tells the listener what has not been told yet. Window thread.
+  void Tell() {
+    const bass::HSTREAM stream = ended_.exchange(0);
+    if (stream != 0 && listener_) listener_(stream);
   }
 
  private:
   const PostToWindow post_;
+  std::atomic<bass::HSTREAM> ended_{0};
   std::function<void(bass::HSTREAM)> listener_;
 };
 

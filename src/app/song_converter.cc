@@ -18,6 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kNoMemory = "memory has run out";
+
 /// Encoders would take a name that begins with "-" for an option; a full path never does.
 std::string Absolute(const std::string& path) {
   std::error_code error;
@@ -86,6 +88,8 @@ std::string ReasonOf(const RunResult& result, AudioFormat format) {
       return CannotStart(format, result);
     case RunStatus::kEncoderFailed:
       return EncoderFailed(format, result);
+    case RunStatus::kNoMemory:
+      return kNoMemory;
     case RunStatus::kLyricsNotWritten:
       return "the lyrics file could not be written: " + result.file_error.description;
   }

@@ -38,6 +38,17 @@ SongStart::SongStart(const bass::Api& api, modMidiTest& state, AudioBinding& bin
       end_fade_(api, state.audio) {}
 
 SongStartResult SongStart::Start(const std::string& path, const SongStartOptions& options) {
+  try {
+    return Open(path, options);
+  } catch (...) {
+    // Half a mix must not be taken for the user's, and saved.
+    settings_.SetSong({});
+    CloseSong();
+    throw;
+  }
+}
+
+SongStartResult SongStart::Open(const std::string& path, const SongStartOptions& options) {
   CloseSong();
   // Where the new song cannot be opened, nothing may be saved for the one before it.
   settings_.SetSong({});

@@ -62,7 +62,8 @@ class SongStart {
   /// Opens a song in place of the current one and brings it to the user's settings: structure dump
   /// (where the settings ask for it), stream, lyrics, settings of the song, syncs, mix and
   /// overrides, tempo, markers; playback then starts, a conversion is left ready to be pulled.
-  /// On failure the library's error code of this thread tells why.
+  /// On failure the library's error code of this thread tells why. What is thrown for want of
+  /// memory leaves no song loaded.
   SongStartResult Start(const std::string& path, const SongStartOptions& options = {});
 
   /// Moves the stream (mode: bytes or ticks) and brings it back to the user's settings. False where
@@ -82,6 +83,7 @@ class SongStart {
   bool end_has_run() const { return end_has_run_; }
 
  private:
+  SongStartResult Open(const std::string& path, const SongStartOptions& options);
   void OpenLyrics(SongUse use);
   void LoadSettings(const std::string& path, const SongStartOptions& options);
   void AttachSyncs(SongUse use);

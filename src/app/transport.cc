@@ -15,10 +15,22 @@ namespace vexolo {
 void Transport::Action_Play() {
   modMidiTest& state = parts_.state;
   if (state.converting) return;
-  parts_.view.DrawPlay(true);
-  const std::string path = CurrentSong();
-  state.playing = !path.empty() && StartSong(path);
-  if (!state.playing) parts_.view.DrawPlay(false);
+  Attempt([&] {
+    parts_.view.DrawPlay(true);
+    const std::string path = CurrentSong();
+    state.playing = !path.empty() && StartSong(path);
+    if (!state.playing) parts_.view.DrawPlay(false);
+  });
+}
+
+template <typename Action>
+void Transport::Attempt(Action action) {
+  try {
+    action();
+  } catch (...) {
+    Halt();
+    throw;
+  }
 }
 
 std::string Transport::CurrentSong() {
@@ -57,7 +69,10 @@ void Transport::ReportFailure(const std::string& path) {
 void Transport::CloseSong() { parts_.song_start.CloseSong(); }
 
 void Transport::Action_Stop() {
-  if (parts_.state.converting) return;
+  if (!parts_.state.converting) Halt();
+}
+
+void Transport::Halt() {
   CloseSong();
   parts_.state.playing = false;
   parts_.view.DrawPlay(false);
@@ -89,15 +104,17 @@ void Transport::Action_PlaySelected(int place) {
 
 void Transport::PlayPlace(int place) {
   PlayListModel& playlist = parts_.state.playlist;
-  if (place < 1 || place > playlist.count()) {
-    playlist.PlayListSelect(0);
-    playlist.set_current(std::max(place, 0));
-    NothingPlays();
-    return;
-  }
-  playlist.PlayListSelect(place);
-  parts_.view.ShowTitle(playlist.Path(place));
-  Action_Play();
+  Attempt([&] {
+    if (place < 1 || place > playlist.count()) {
+      playlist.PlayListSelect(0);
+      playlist.set_current(std::max(place, 0));
+      NothingPlays();
+      return;
+    }
+    playlist.PlayListSelect(place);
+    parts_.view.ShowTitle(playlist.Path(place));
+    Action_Play();
+  });
 }
 
 void Transport::NothingPlays() {

@@ -91,6 +91,10 @@ class Transport {
   void SliderReleased(double value, double maximum);
 
  private:
+  /// What is thrown for want of memory goes on to the caller, and leaves nothing playing.
+  template <typename Action>
+  void Attempt(Action action);
+  void Halt();
   void CloseSong();
   /// Its path, once it is marked in the list and its title shown; empty where the list is.
   std::string CurrentSong();

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QUrl>
 
+#include "app/action_guard.h"
 #include "app/command_line_songs.h"
 #include "app/main_window.h"
 #include "app/program.h"
@@ -23,6 +24,22 @@ namespace {
 
 using namespace vexolo;
 
+/// Guards each event on its own: nothing that is thrown may pass through the toolkit.
+class GuardedApplication : public QApplication {
+ public:
+  GuardedApplication(int& argc, char** argv, ActionGuard& guard)
+      : QApplication(argc, argv), guard_(guard) {}
+
+  bool notify(QObject* receiver, QEvent* event) override {
+    bool handled = false;
+    guard_.Run([&] { handled = QApplication::notify(receiver, event); });
+    return handled;
+  }
+
+ private:
+  ActionGuard& guard_;
+};
+
 void Post(std::function<void()> action) {
   QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);
 }
@@ -39,17 +56,10 @@ std::string SongsFromArguments(const QApplication& application) {
   return CommandLineOf(arguments, QDir::currentPath().toStdString());
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  QApplication application(argc, argv);
-  application.setApplicationName("Vexolo");
-  application.setWindowIcon(ProgramIcon());
-  UseDarkPalette(application);
+int RunProgram(QApplication& application, MessageBoxes& boxes, ActionGuard& guard) {
   const std::string program_folder = ProgramFolder();
   const auto library = AudioLibrary::Load(program_folder);
   const auto registry = SystemRegistry();
-  QtMessageBoxes boxes;
   QtFileDialogs files;
   Program program({.library = *library,
                    .boxes = boxes,
@@ -60,10 +70,25 @@ int main(int argc, char** argv) {
                    .separator = DecimalSeparator(),
                    .post = Post,
                    .registry = registry.get(),
-                   .open_document = OpenDocument});
+                   .open_document = OpenDocument,
+                   .guard = &guard});
   frmMidiTest window(program, ProgramWindows());
   const bool runs = window.Start();
   if (runs && !program.state.quitting) application.exec();
   window.ShutDown();
   return runs ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QtMessageBoxes boxes;
+  ActionGuard guard(boxes);
+  GuardedApplication application(argc, argv, guard);
+  application.setApplicationName("Vexolo");
+  application.setWindowIcon(ProgramIcon());
+  UseDarkPalette(application);
+  int status = 1;
+  guard.Run([&] { status = RunProgram(application, boxes, guard); });
+  return status;
 }

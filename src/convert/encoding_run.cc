@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
+#include <new>
 #include <system_error>
+#include <utility>
 
 #include "audio/error_report.h"
 #include "convert/bitrates.h"
@@ -22,6 +24,7 @@ constexpr double kWavHeaderBytes = 44;
 constexpr double kMaxWavBytes = 4294967295.0;
 constexpr const char* kBoxTitle = "Error";
 constexpr const char* kEncodingProblem = "Problème d'encodage";
+constexpr const char* kNoMemory = "Mémoire insuffisante.";
 
 std::string RefusedFieldText(CommandField field) {
   return "Le champ \"" + std::string(FieldName(field)) +
@@ -46,21 +49,31 @@ class Run {
       : api_(api), song_(song), request_(request), boxes_(boxes), progress_(progress) {}
 
   RunResult Execute() {
-    if (Prepare()) {
-      stream_ = song_.OpenForRendering();
-      if (stream_ == 0) {
-        FailAudio(RunStatus::kCannotOpenSong, CannotOpenText(request_));
-      } else if (HasRoom() && StartEncoder()) {
-        Render();
-        StopEncoder();
-        WriteLyrics();
+    try {
+      if (Prepare()) {
+        is_open_ = true;
+        stream_ = song_.OpenForRendering();
+        Convert();
       }
-      song_.Close();
+    } catch (const std::bad_alloc&) {
+      if (encoder_ != 0) api_.BASS_Encode_Stop(encoder_);
+      Fail(RunStatus::kNoMemory, kNoMemory);
     }
+    if (is_open_) song_.Close();
     return std::move(result_);
   }
 
  private:
+  void Convert() {
+    if (stream_ == 0) {
+      FailAudio(RunStatus::kCannotOpenSong, CannotOpenText(request_));
+    } else if (HasRoom() && StartEncoder()) {
+      Render();
+      StopEncoder();
+      WriteLyrics();
+    }
+  }
+
   AudioFormat format() const { return request_.settings.format; }
 
   void Fail(RunStatus status, const std::string& text) {
@@ -146,7 +159,10 @@ class Run {
       encoder_lives_ = api_.BASS_Encode_IsActive(encoder_) == 1;
       if (!encoder_lives_) break;
       const bass::DWORD got = api_.BASS_ChannelGetData(stream_, block.data(), kBlockBytes);
-      if (got == bass::kError32) break;
+      if (got == bass::kError32) {
+        render_error_ = api_.BASS_ErrorGetCode();
+        break;
+      }
       done += got;
       share_ = expected > 0 ? std::min(done / expected, 1.0) : 0;
       if (IsCancelled()) break;
@@ -165,7 +181,7 @@ class Run {
   }
 
   void StopEncoder() {
-    bool is_complete = api_.BASS_Encode_Stop(encoder_) != 0;
+    bool is_complete = api_.BASS_Encode_Stop(std::exchange(encoder_, 0)) != 0;
     // An encoder may have been freed by itself at the end of its stream.
     if (!is_complete && song_.EndHasRun()) {
       is_complete = api_.BASS_ErrorGetCode() == bass::BASS_ERROR_HANDLE;
@@ -175,10 +191,22 @@ class Run {
       result_.status = RunStatus::kCancelled;
     } else if (!is_complete || !encoder_lives_) {
       FailAudio(RunStatus::kEncoderFailed, kEncodingProblem);
+    } else if (!song_.EndHasRun()) {
+      FailRender();
     }
     // What an encoder that failed has written stays; what is left of a cancelled run does not. A
     // file that was there before and that the encoder never came to write is none of ours.
     if (cancelled_ && StampOf(result_.audio_path) != before_) DeleteFile(result_.audio_path);
+  }
+
+  /// The sound has ended before the song.
+  void FailRender() {
+    if (render_error_ == bass::BASS_ERROR_MEM) {
+      Fail(RunStatus::kNoMemory, kNoMemory);
+    } else {
+      result_.audio_error = render_error_;
+      Fail(RunStatus::kEncoderFailed, kEncodingProblem);
+    }
   }
 
   /// Only the stopped stream has its marks at their final places.
@@ -207,7 +235,9 @@ class Run {
   bass::HSTREAM stream_ = 0;
   bass::HENCODE encoder_ = 0;
   double share_ = 0;
+  bool is_open_ = false;  ///< the song, or an attempt was made
   bool encoder_lives_ = true;
+  int render_error_ = bass::BASS_OK;
   bool cancelled_ = false;
 };
 

@@ -62,6 +62,7 @@ enum class RunStatus {
   kNoSpace,           ///< the disk cannot hold it
   kCannotStart,       ///< the encoder; see audio_error
   kEncoderFailed,     ///< during the run: gone, or the disk is full; see audio_error
+  kNoMemory,          ///< the run was given up for want of it; what an encoder has written stays
   kCancelled,
   kLyricsNotWritten,  ///< the audio is complete; see file_error
 };

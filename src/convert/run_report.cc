@@ -20,7 +20,7 @@ struct CauseKeys {
   const char* error;  ///< null = the reason serves
 };
 /// By cause.
-constexpr std::array<CauseKeys, 12> kKeys = {{
+constexpr std::array<CauseKeys, 13> kKeys = {{
     {nullptr, nullptr},
     {"Reason.Exists", nullptr},
     {"Reason.Cancelled", nullptr},
@@ -33,8 +33,9 @@ constexpr std::array<CauseKeys, 12> kKeys = {{
     {"Reason.EncoderFailed", "Error.EncoderFailed"},
     {"Reason.Field", nullptr},
     {"Reason.NoLyrics", nullptr},
+    {"Reason.NoMemory", nullptr},
 }};
-static_assert(kKeys.size() == static_cast<std::size_t>(RunCause::kNoLyrics) + 1);
+static_assert(kKeys.size() == static_cast<std::size_t>(RunCause::kNoMemory) + 1);
 
 const CauseKeys& KeysOf(RunCause cause) { return kKeys[static_cast<std::size_t>(cause)]; }
 
@@ -102,6 +103,8 @@ RunCause CauseOf(const RunResult& result, AudioFormat format) {
       return PlaceCause(result.audio_path, RunCause::kEncoderFailed);
     case RunStatus::kLyricsNotWritten:
       return RunCause::kNoLyrics;
+    case RunStatus::kNoMemory:
+      return RunCause::kNoMemory;
   }
   return RunCause::kNone;
 }

@@ -24,6 +24,7 @@ enum class RunCause {
   kEncoderFailed,
   kField,
   kNoLyrics,
+  kNoMemory,
 };
 
 /// Looks at the disk to tell an encoder that failed from a place that takes no file. Right after

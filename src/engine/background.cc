@@ -1,5 +1,6 @@
 #include "engine/background.h"
 
+#include <new>
 #include <utility>
 
 namespace vexolo::engine {
@@ -34,7 +35,11 @@ void Background::Loop() {
     std::function<void()> work = std::move(work_.front());
     work_.pop_front();
     lock.unlock();
-    work();
+    try {
+      work();
+    } catch (const std::bad_alloc&) {
+      // Whoever needs what was to be made here makes it itself.
+    }
     work = nullptr;  // what it held goes away outside the lock
     lock.lock();
   }

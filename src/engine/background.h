@@ -19,6 +19,7 @@ class Background {
   Background(const Background&) = delete;
   Background& operator=(const Background&) = delete;
 
+  /// Work for which memory is missing on its way is given up without a word.
   void Run(std::function<void()> work);
 
  private:

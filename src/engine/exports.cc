@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <string>
 
 #include "engine/device_backend.h"
@@ -31,21 +33,44 @@ bool Succeeded(int error) {
   return error == BASS_OK;
 }
 
+/// Nothing is thrown through the interface: what memory (or a thread) is missing for fails.
+template <typename Result, typename Operation>
+Result Guarded(Result failure, Operation operation) {
+  try {
+    return operation();
+  } catch (const std::bad_alloc&) {
+    last_error = BASS_ERROR_MEM;
+  } catch (const std::exception&) {
+    last_error = BASS_ERROR_UNKNOWN;
+  }
+  return failure;
+}
+
 BOOL Outcome(int error) { return Succeeded(error) ? 1 : 0; }
+
+/// Runs an operation that returns an error code.
+template <typename Operation>
+BOOL OutcomeOf(Operation operation) {
+  return Guarded(BOOL{0}, [&] { return Outcome(operation()); });
+}
 
 /// Calls `operation` with the stream, or fails with error 5 and `failure`.
 template <typename Result, typename Operation>
 Result WithStream(DWORD handle, Result failure, Operation operation) {
-  const std::shared_ptr<Stream> stream = TheLibrary().FindStream(handle);
-  if (!Succeeded(stream == nullptr ? BASS_ERROR_HANDLE : BASS_OK)) return failure;
-  return operation(*stream);
+  return Guarded(failure, [&]() -> Result {
+    const std::shared_ptr<Stream> stream = TheLibrary().FindStream(handle);
+    if (!Succeeded(stream == nullptr ? BASS_ERROR_HANDLE : BASS_OK)) return failure;
+    return operation(*stream);
+  });
 }
 
 template <typename Result, typename Operation>
 Result WithFont(HSOUNDFONT handle, Result failure, Operation operation) {
-  const std::shared_ptr<SoundFont> font = TheLibrary().FindFont(handle);
-  if (!Succeeded(font == nullptr ? BASS_ERROR_HANDLE : BASS_OK)) return failure;
-  return operation(*font);
+  return Guarded(failure, [&]() -> Result {
+    const std::shared_ptr<SoundFont> font = TheLibrary().FindFont(handle);
+    if (!Succeeded(font == nullptr ? BASS_ERROR_HANDLE : BASS_OK)) return failure;
+    return operation(*font);
+  });
 }
 
 /// A path as UTF-8: wide where the flag says so and the platform has wide paths.
@@ -70,10 +95,12 @@ DWORD BASS_CALLBACK GetVersion() {
 int BASS_CALLBACK ErrorGetCode() { return last_error; }
 
 BOOL BASS_CALLBACK Init(int device, DWORD freq, DWORD, void*, const void*) {
-  return Outcome(TheLibrary().Init(device, freq));
+  return OutcomeOf([&] { return TheLibrary().Init(device, freq); });
 }
 
-BOOL BASS_CALLBACK Free() { return Outcome(TheLibrary().Free()); }
+BOOL BASS_CALLBACK Free() {
+  return OutcomeOf([] { return TheLibrary().Free(); });
+}
 
 BOOL BASS_CALLBACK PluginFree(HPLUGIN plugin) {
   return Outcome(plugin == 0 ? BASS_OK : BASS_ERROR_HANDLE);  // there are none
@@ -189,21 +216,22 @@ const char* BASS_CALLBACK ChannelGetTags(DWORD handle, DWORD tags) {
 
 // ---- MIDI streams
 
-BOOL BASS_CALLBACK StreamFree(HSTREAM handle) { return Outcome(TheLibrary().FreeStream(handle)); }
+BOOL BASS_CALLBACK StreamFree(HSTREAM handle) {
+  return OutcomeOf([&] { return TheLibrary().FreeStream(handle); });
+}
 
 HSTREAM BASS_CALLBACK MidiStreamCreateFile(BOOL mem, const void* file, QWORD offset, QWORD length,
                                            DWORD flags, DWORD freq) {
   if (!Succeeded(file == nullptr ? BASS_ERROR_ILLPARAM : BASS_OK)) return 0;
   if (!Succeeded(freq == 0 || freq == kSampleRate ? BASS_OK : BASS_ERROR_FREQ)) return 0;
-  HSTREAM handle = 0;
-  if (mem != 0) {
-    const auto* bytes = static_cast<const std::uint8_t*>(file) + offset;
-    return Succeeded(TheLibrary().CreateStreamFromMemory(bytes, length, flags, &handle)) ? handle
-                                                                                         : 0;
-  }
-  return Succeeded(TheLibrary().CreateStream(PathText(file, flags), offset, length, flags, &handle))
-             ? handle
-             : 0;
+  return Guarded(HSTREAM{0}, [&] {
+    HSTREAM handle = 0;
+    const int error =
+        mem != 0 ? TheLibrary().CreateStreamFromMemory(
+                       static_cast<const std::uint8_t*>(file) + offset, length, flags, &handle)
+                 : TheLibrary().CreateStream(PathText(file, flags), offset, length, flags, &handle);
+    return Succeeded(error) ? handle : 0;
+  });
 }
 
 BOOL BASS_CALLBACK MidiStreamGetMark(HSTREAM handle, DWORD type, DWORD index,
@@ -266,27 +294,35 @@ DWORD BASS_CALLBACK MidiStreamGetEvent(HSTREAM handle, DWORD chan, DWORD event) 
 
 // The font list has one entry that covers everything: preset -1, bank 0.
 BOOL BASS_CALLBACK MidiStreamSetFonts(HSTREAM handle, const BASS_MIDI_FONT* fonts, DWORD count) {
-  if (count == 0) return Outcome(TheLibrary().SetFont(handle, 0));
-  if (fonts == nullptr) return Outcome(BASS_ERROR_ILLPARAM);
-  if (count > 1 || fonts->preset != -1 || fonts->bank != 0) return Outcome(BASS_ERROR_NOTAVAIL);
-  return Outcome(TheLibrary().SetFont(handle, fonts->font));
+  if (count > 0 && fonts == nullptr) return Outcome(BASS_ERROR_ILLPARAM);
+  if (count > 1 || (count == 1 && (fonts->preset != -1 || fonts->bank != 0))) {
+    return Outcome(BASS_ERROR_NOTAVAIL);
+  }
+  const HSOUNDFONT font = count == 0 ? 0 : fonts->font;
+  return OutcomeOf([&] { return TheLibrary().SetFont(handle, font); });
 }
 
 DWORD BASS_CALLBACK MidiStreamGetFonts(HSTREAM handle, BASS_MIDI_FONT* fonts, DWORD count) {
-  HSOUNDFONT font = 0;
-  if (!Succeeded(TheLibrary().GetFont(handle, &font))) return kError32;
-  if (font == 0) return 0;
-  if (fonts != nullptr && count > 0) *fonts = {font, -1, 0};
-  return 1;
+  return Guarded(kError32, [&]() -> DWORD {
+    HSOUNDFONT font = 0;
+    if (!Succeeded(TheLibrary().GetFont(handle, &font))) return kError32;
+    if (font == 0) return 0;
+    if (fonts != nullptr && count > 0) *fonts = {font, -1, 0};
+    return 1;
+  });
 }
 
 HSOUNDFONT BASS_CALLBACK MidiFontInit(const void* path, DWORD flags) {
   if (!Succeeded(path == nullptr ? BASS_ERROR_ILLPARAM : BASS_OK)) return 0;
-  HSOUNDFONT handle = 0;
-  return Succeeded(TheLibrary().LoadFont(PathText(path, flags), &handle)) ? handle : 0;
+  return Guarded(HSOUNDFONT{0}, [&] {
+    HSOUNDFONT handle = 0;
+    return Succeeded(TheLibrary().LoadFont(PathText(path, flags), &handle)) ? handle : 0;
+  });
 }
 
-BOOL BASS_CALLBACK MidiFontFree(HSOUNDFONT font) { return Outcome(TheLibrary().FreeFont(font)); }
+BOOL BASS_CALLBACK MidiFontFree(HSOUNDFONT font) {
+  return OutcomeOf([&] { return TheLibrary().FreeFont(font); });
+}
 
 BOOL BASS_CALLBACK MidiFontGetInfo(HSOUNDFONT handle, BASS_MIDI_FONTINFO* info) {
   return WithFont(handle, BOOL{0}, [&](const SoundFont& font) {
@@ -325,16 +361,22 @@ HENCODE BASS_CALLBACK EncodeStart(DWORD handle, const char* cmdline, DWORD flags
                                   void*) {
   if (!Succeeded(cmdline == nullptr ? BASS_ERROR_ILLPARAM : BASS_OK)) return 0;
   if (!Succeeded(proc != nullptr ? BASS_ERROR_NOTAVAIL : BASS_OK)) return 0;
-  HENCODE encoder = 0;
-  return Succeeded(TheLibrary().StartEncoder(handle, cmdline, flags, &encoder)) ? encoder : 0;
+  return Guarded(HENCODE{0}, [&] {
+    HENCODE encoder = 0;
+    return Succeeded(TheLibrary().StartEncoder(handle, cmdline, flags, &encoder)) ? encoder : 0;
+  });
 }
 
 DWORD BASS_CALLBACK EncodeIsActive(DWORD handle) {
-  bool active = false;
-  return Succeeded(TheLibrary().EncoderIsActive(handle, &active)) && active ? 1 : 0;
+  return Guarded(DWORD{0}, [&]() -> DWORD {
+    bool active = false;
+    return Succeeded(TheLibrary().EncoderIsActive(handle, &active)) && active ? 1 : 0;
+  });
 }
 
-BOOL BASS_CALLBACK EncodeStop(DWORD handle) { return Outcome(TheLibrary().StopEncoder(handle)); }
+BOOL BASS_CALLBACK EncodeStop(DWORD handle) {
+  return OutcomeOf([&] { return TheLibrary().StopEncoder(handle); });
+}
 
 constexpr Api kApi = {
     .BASS_GetVersion = GetVersion,

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <utility>
 
 #include "engine/command_line.h"
@@ -413,7 +414,11 @@ void Library::DispatchLoop() {
   while (!leaving_.load()) {
     const std::uint64_t starts = starts_.load();
     bool busy = false;
-    for (const auto& stream : PlayingStreams()) busy = stream->Dispatch() || busy;
+    try {
+      for (const auto& stream : PlayingStreams()) busy = stream->Dispatch() || busy;
+    } catch (const std::bad_alloc&) {
+      busy = true;  // what has not been called waits for the next round
+    }
     idle = busy ? 0 : idle + 1;
     if (idle >= kIdleRounds && starts_.load() == starts) StopOutputUnlessStarted(starts);
     std::this_thread::sleep_for(kDispatchEvery);
