@@ -173,6 +173,8 @@ TEST(ListFilters, SeveralFilesChosenComeAsFolderAndNames) {
   EXPECT_EQ(ChosenFiles({"D:\\Songs", "a.mid", "b.kar"}, PathStyle::kWindows),
             (Paths{"D:\\Songs\\a.mid", "D:\\Songs\\b.kar"}));
   EXPECT_EQ(ChosenFiles({"/songs/a.mid"}, PathStyle::kPosix), (Paths{"/songs/a.mid"}));
+  EXPECT_EQ(ChosenFiles({"/songs/a.mid", "/other/b.mid"}, PathStyle::kPosix),
+            (Paths{"/songs/a.mid", "/other/b.mid"}));
   EXPECT_TRUE(ChosenFiles({}, PathStyle::kPosix).empty());
 }
 

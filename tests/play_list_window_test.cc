@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDropEvent>
 #include <QHeaderView>
+#include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
@@ -255,12 +256,24 @@ TEST_F(PlayListTest, EveryLanguageFits) {
     QApplication::processEvents();
     EXPECT_FALSE(window.windowTitle().isEmpty());
     EXPECT_EQ(UnnamedControls(window), std::vector<std::string>()) << code;
+    EXPECT_EQ(window.findChild<QLabel*>()->text(), window.count_text()) << code;
     for (int column = 0; column < SongRows::kColumns; ++column) {
       const QHeaderView& header = *window.view().header();
       EXPECT_GE(header.sectionSize(column), header.sectionSizeHint(column)) << code << column;
     }
     list_.Clear();
   }
+}
+
+TEST_F(PlayListTest, ACountThatDoesNotFitIsToldInItsTooltip) {
+  Show({"/a.mid"});
+  const auto* label = window_->findChild<QLabel*>();
+  EXPECT_EQ(label->toolTip(), "");
+  window_->resize(window_->minimumSize());
+  language_file_ = folder_.Write("x.lng", "[PlayList]\r\nCount(1)=" + std::string(120, 'w'));
+  window_->LoadLanguage();
+  EXPECT_TRUE(label->text().endsWith("…"));
+  EXPECT_EQ(label->toolTip(), window_->count_text());
 }
 
 TEST_F(PlayListTest, CaptionsComeFromTheLanguageFile) {
@@ -326,6 +339,10 @@ TEST_F(PlayListTest, PlusAddsTheChosenSongsAndRemembersTheirFolder) {
   EXPECT_EQ(ini_.ReadIni("Mid", "Path"), "/songs");
   Click(0);  // and leaves the dialog
   EXPECT_EQ(list_.count(), 3);
+  files_.answers = {{"/songs", "c.mid", "d.mid"}};  // as some dialogs put it
+  Click(0);
+  EXPECT_EQ(list_.paths()[3], "/songs/c.mid");
+  EXPECT_EQ(list_.count(), 5);
   EXPECT_EQ(ini_.ReadIni("Mid", "Path"), "/songs");
 }
 

@@ -123,7 +123,7 @@ std::string ListFilter(std::string_view filter) {
 }
 
 std::vector<std::string> ChosenFiles(const std::vector<std::string>& chosen, PathStyle style) {
-  if (chosen.size() < 2) return chosen;
+  if (chosen.size() < 2 || IsAbsolute(chosen[1], style)) return chosen;
   std::vector<std::string> paths;
   for (std::size_t i = 1; i < chosen.size(); ++i) {
     paths.push_back(Join(chosen[0], chosen[i], style));

@@ -55,7 +55,7 @@ std::string SongFilter(std::string_view filter, std::string_view extensions);
 std::string ListFilter(std::string_view filter);
 
 /// What a file dialog returned, as full paths: a single text is a path; of several the first is the
-/// folder of the names that follow.
+/// folder of the names that follow, unless these are full paths themselves.
 std::vector<std::string> ChosenFiles(const std::vector<std::string>& chosen,
                                      PathStyle style = kNativePathStyle);
 

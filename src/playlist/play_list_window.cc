@@ -22,6 +22,7 @@
 #include "playlist/list_file.h"
 #include "playlist/list_place.h"
 #include "settings/window_place.h"
+#include "widgets/dropped_data.h"
 #include "widgets/skin.h"
 #include "widgets/skin_places.h"
 
@@ -34,7 +35,7 @@ constexpr int kSaveDelay = 500;
 constexpr int kSaveSizeDelay = 200;
 
 constexpr WindowExtent kWantedExtent{560, 260};
-constexpr WindowExtent kLeastExtent{380, 140};
+constexpr WindowExtent kLeastExtent{460, 140};
 constexpr int kPanelEdge = 5;    // of the panel round the plate that all stands on
 constexpr int kMargin = 7;       // on the plate
 constexpr int kGlassBorder = 3;  // of the glass that the list lies under
@@ -170,7 +171,7 @@ std::vector<std::string> PlayList::ChooseSongs(const WindowContext& context) {
   question.filter =
       SongFilter(texts.Text("MIDOPENCMD.Filter"), context.Section("Main").Text("Extmid"));
   question.folder = context.ini.ReadIni("Mid", "Path");
-  std::vector<std::string> songs = context.files.OpenFiles(question);
+  std::vector<std::string> songs = ChosenFiles(context.files.OpenFiles(question));
   if (!songs.empty()) StoreSongFolder(context.ini, songs.front());
   return songs;
 }
@@ -281,12 +282,8 @@ void PlayList::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void PlayList::dropEvent(QDropEvent* event) {
-  std::vector<std::string> paths;
-  for (const QUrl& url : event->mimeData()->urls()) {
-    if (url.isLocalFile()) paths.push_back(url.toLocalFile().toStdString());
-  }
   event->acceptProposedAction();
-  AddDropped(std::move(paths));
+  AddDropped(LocalFiles(*event->mimeData()));
 }
 
 // ---- What is shown
@@ -344,10 +341,14 @@ void PlayList::ShowCount() {
   const std::string text =
       CountText(count_texts_, list_.count(), facts_.TotalLength(list_.paths()), facts_.reading());
   // Without songs the same words stand in the middle of the list, where they are of use.
-  count_->setText(list_.count() == 0 ? QString() : Q(text));
+  count_text_ = list_.count() == 0 ? QString() : Q(text);
+  FitCount();
 }
 
-QString PlayList::count_text() const { return count_->text(); }
+void PlayList::FitCount() {
+  count_->setText(count_->fontMetrics().elidedText(count_text_, Qt::ElideRight, count_->width()));
+  count_->setToolTip(count_->text() == count_text_ ? QString() : count_text_);
+}
 
 void PlayList::DrawSM(int index, int state) {
   if (index < 0 || index >= static_cast<int>(PicSM.size())) return;
@@ -465,6 +466,7 @@ void PlayList::keyReleaseEvent(QKeyEvent* event) {
 
 void PlayList::resizeEvent(QResizeEvent* event) {
   CompanionWindow::resizeEvent(event);
+  FitCount();
   if (isVisible()) save_size_timer_.start();
 }
 

@@ -83,7 +83,7 @@ class PlayList : public CompanionWindow {
 
   SongListWidget& view() { return view_; }
   /// What stands beside the buttons: how many songs, how long.
-  QString count_text() const;
+  const QString& count_text() const { return count_text_; }
 
  protected:
   void StoreClosed() override;
@@ -104,6 +104,7 @@ class PlayList : public CompanionWindow {
   void TakeDropped();
   void TakeFacts();
   void ShowCount();
+  void FitCount();
   void ShowRepeatTip();
   void ShowMenu(QPoint at);
   void OpenFolder();
@@ -120,6 +121,7 @@ class PlayList : public CompanionWindow {
   SongListWidget view_;
   std::array<SpriteButton*, 8> PicSM{};
   QLabel* count_;
+  QString count_text_;  ///< all of it, whatever fits
   CountTexts count_texts_;
   int repeat_mode_ = 0;
   std::uint64_t shown_revision_ = 0;

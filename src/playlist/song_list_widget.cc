@@ -248,7 +248,7 @@ SongListWidget::SongListWidget(SongRows& rows, QWidget* parent) : QTreeView(pare
   setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
   setDragEnabled(true);
   setAcceptDrops(true);
-  setDropIndicatorShown(true);
+  setDropIndicatorShown(false);  // it would mark one cell: a line over the whole row is drawn
   setDragDropMode(QAbstractItemView::DragDrop);
   setDefaultDropAction(Qt::MoveAction);
   // Written on the glass as well; the toolkit would put a row of buttons there.
@@ -381,12 +381,26 @@ void SongListWidget::dragEnterEvent(QDragEnterEvent* event) {
 
 void SongListWidget::dragMoveEvent(QDragMoveEvent* event) {
   const bool moves_entries = HasOwnEntries(*event->mimeData());
-  setDropIndicatorShown(moves_entries);  // files go to the end, wherever they are let go
   QTreeView::dragMoveEvent(event);
+  // Files go to the end, wherever they are let go.
+  drop_before_ = moves_entries ? PlaceUnder(event->position().toPoint()) : 0;
+  viewport()->update();
   if (moves_entries || event->mimeData()->hasUrls()) {
     event->setDropAction(moves_entries ? Qt::MoveAction : Qt::CopyAction);
     event->accept();
   }
+}
+
+void SongListWidget::dragLeaveEvent(QDragLeaveEvent* event) {
+  QTreeView::dragLeaveEvent(event);
+  EndDrag();
+}
+
+void SongListWidget::EndDrag() {
+  stopAutoScroll();
+  setState(NoState);
+  drop_before_ = 0;
+  viewport()->update();
 }
 
 void SongListWidget::dropEvent(QDropEvent* event) {
@@ -399,9 +413,7 @@ void SongListWidget::dropEvent(QDropEvent* event) {
     event->accept();
     if (actions.drop_files) actions.drop_files(LocalFiles(*event->mimeData()));
   }
-  stopAutoScroll();
-  setState(NoState);
-  viewport()->update();
+  EndDrag();
 }
 
 /// The place before which something lands that is let go here.
@@ -422,11 +434,19 @@ void SongListWidget::drawRow(QPainter* painter, const QStyleOptionViewItem& opti
 
 void SongListWidget::paintEvent(QPaintEvent* event) {
   QTreeView::paintEvent(event);
-  if (rows_.rowCount() > 0 || empty_text_.isEmpty()) return;
   QPainter painter(viewport());
+  if (drop_before_ > 0) DrawDropLine(painter);
+  if (rows_.rowCount() > 0 || empty_text_.isEmpty()) return;
   painter.setPen(palette().color(QPalette::PlaceholderText));
   painter.drawText(viewport()->rect().adjusted(kRowPadding, 0, -kRowPadding, 0),
                    Qt::AlignCenter | Qt::TextWordWrap, empty_text_);
+}
+
+void SongListWidget::DrawDropLine(QPainter& painter) {
+  const bool at_end = drop_before_ > rows_.rowCount();
+  const QRect row = visualRect(rows_.index(at_end ? rows_.rowCount() - 1 : drop_before_ - 1, 0));
+  const int y = at_end ? row.bottom() : row.top() - 1;
+  painter.fillRect(0, std::max(y, 0), viewport()->width(), 2, kAmber);
 }
 
 void SongListWidget::resizeEvent(QResizeEvent* event) {

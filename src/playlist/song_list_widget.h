@@ -93,6 +93,7 @@ class SongListWidget : public QTreeView {
   void startDrag(Qt::DropActions actions) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dragMoveEvent(QDragMoveEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   void drawRow(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
@@ -102,9 +103,12 @@ class SongListWidget : public QTreeView {
  private:
   void MoveSelected(int by);
   int PlaceUnder(QPoint at) const;
+  void DrawDropLine(QPainter& painter);
+  void EndDrag();
 
   SongRows& rows_;
   QString empty_text_;
+  int drop_before_ = 0;  ///< place over which entries are dragged; 0 = none are
 };
 
 }  // namespace vexolo
