@@ -35,6 +35,7 @@ TEST(SongTitles, AreReadableWhateverTheirCodePage) {
   EXPECT_EQ(TitlesOf({Text(0, "@T\xC9t\xE9"), Text(0, "\xE9")}).title, "Été");
   EXPECT_EQ(TitlesOf({Text(0, "@T\x90t\x82"), Text(0, "\x82\x8A\x85")}).title, "Été");
   EXPECT_EQ(TitlesOf({Text(0, "@T\x83t\x8E"), Text(0, "\x8E\x8F\x8D")}).title, "Été");
+  EXPECT_EQ(TitlesOf({Text(0, "@T\xC3\xA9t\xC3\xA9"), Text(0, "la")}).title, "été");
 }
 
 }  // namespace

@@ -57,6 +57,23 @@ TEST(SongName, IsTitleAndArtistWhereTheSongTellsThem) {
   EXPECT_EQ("Au clair de la lune - Anonyme", SongName(lyrics, "/songs/x.kar"));
 }
 
+TEST(SongName, IsReadableWhateverTheSongIsWrittenIn) {
+  FakeBass bass;
+  LyricModel lyrics(bass.api(), nullptr);
+  for (const char* title : {"@TSi\xE8"
+                            "cle",
+                            "@TSi\x8A"
+                            "cle",
+                            "@TSi\xC3\xA8"
+                            "cle"}) {
+    FakeBass::Song song;
+    song.track_names = {"Words"};
+    song.marks[bass::BASS_MIDI_MARK_TEXT] = {{0, 0, title}, {0, 100, "Au "}, {0, 200, "clair"}};
+    lyrics.InitLyrics(bass.AddStream(song), true);
+    EXPECT_EQ("Siècle", SongName(lyrics, "/songs/x.kar"));
+  }
+}
+
 TEST(TitleText, TellsTheSongAndItsPlace) {
   const TitleTexts texts = {"none", "%1!", "%2/%3 %1", "songs: %3"};
   EXPECT_EQ("none", TitleText(texts, "", 0, 0));

@@ -87,9 +87,12 @@ std::string LedText(std::string_view text) {
 }
 
 std::string SongName(const LyricModel& lyrics, std::string_view song_path) {
-  const std::string title = lyrics.ConvertLyricText(lyrics.title());
+  const auto readable = [&](std::string_view text) {
+    return DecodeText(lyrics.ConvertLyricText(text)).text;
+  };
+  const std::string title = readable(lyrics.title());
   if (title.empty()) return StemOf(song_path);
-  const std::string artist = lyrics.ConvertLyricText(lyrics.artist());
+  const std::string artist = readable(lyrics.artist());
   return artist.empty() ? title : title + " - " + artist;
 }
 

@@ -13,6 +13,7 @@ namespace vexolo {
 std::string LedText(std::string_view text);
 
 /// Title and artist that the song itself tells, else the name of its file without extension.
+/// UTF-8, whatever the song is written in.
 std::string SongName(const LyricModel& lyrics, std::string_view song_path);
 
 /// Texts "Titre(...)" of the language: "%1" for the song's name, "%2" for its place in the list,

@@ -49,7 +49,7 @@ SongTitles TitlesOf(const std::vector<OutlineMark>& marks) {
   }
   titles.resize(2);
   const auto readable = [&](std::string_view text) {
-    return Utf8FromWindows1252(code_pages.ConvertLyricText(text));
+    return DecodeText(code_pages.ConvertLyricText(text)).text;
   };
   return {readable(titles[0]), readable(titles[1])};
 }
