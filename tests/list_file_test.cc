@@ -130,6 +130,26 @@ TEST_F(ListFileOnDisk, AListThatCannotBeWrittenIsReported) {
   EXPECT_EQ(folder_.CountEntries(), 0u);
 }
 
+#ifndef _WIN32
+TEST_F(ListFileOnDisk, NamesThatAreNoTextAreKeptAsTheyAre) {
+  const Paths songs = {folder_.Write("caf\xE9.mid", ""), folder_.Write("été.mid", ""),
+                       folder_ / "č gone.mid"};
+  for (const std::string& song : songs) list_.AjouteFichierPlayList(song);
+  EXPECT_TRUE(SauvePlayList(folder_ / "x.zvp", list_, boxes_));
+  EXPECT_TRUE(SauvePlayList(folder_ / "x.zvp", list_, boxes_));  // over what is no UTF-8
+  PlayListModel loaded;
+  EXPECT_TRUE(LoadPlayList(folder_ / "x.zvp", loaded, boxes_));
+  EXPECT_EQ(loaded.paths(), songs);
+}
+
+TEST_F(ListFileOnDisk, AListOfAnotherSystemIsReadAsItWasWritten) {
+  folder_.Write("été.mid", "");
+  folder_.Write("x.m3u", "\xE9t\xE9.mid\r\n");
+  EXPECT_TRUE(LoadPlayList(folder_ / "x.m3u", list_, boxes_));
+  EXPECT_EQ(list_.paths(), (Paths{folder_ / "été.mid"}));
+}
+#endif
+
 TEST_F(ListFileOnDisk, AnEmptyListIsAnEmptyFile) {
   EXPECT_TRUE(SauvePlayList(folder_ / "x.m3u", list_, boxes_));
   EXPECT_EQ(folder_.Read("x.m3u"), "");

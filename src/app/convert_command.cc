@@ -13,8 +13,7 @@
 #include "audio/error_report.h"
 #include "lyrics/midi_dump.h"
 #include "platform/file_io.h"
-#include "platform/paths.h"
-#include "platform/text_encoding.h"
+#include "playlist/dropped_files.h"
 #include "playlist/list_file.h"
 
 namespace vexolo {
@@ -31,11 +30,6 @@ struct Item {
   std::string problem;
 };
 
-bool IsListName(const std::string& path) {
-  const std::string extension = FoldCase(ExtensionOf(path));
-  return extension == ".m3u" || extension == ".zvp";
-}
-
 void AddList(const std::string& path, std::vector<Item>& items) {
   FileError error;
   const auto bytes = ReadWholeFile(path, &error, kMaxTextFileSize);
@@ -43,7 +37,7 @@ void AddList(const std::string& path, std::vector<Item>& items) {
     items.push_back({path, error.description});
     return;
   }
-  const std::vector<std::string> songs = ParseList(*bytes, path);
+  const std::vector<std::string> songs = SongsOfList(*bytes, path);
   if (songs.empty()) items.push_back({path, "the list names no song"});
   for (const std::string& song : songs) items.push_back({song, {}});
 }
@@ -51,7 +45,7 @@ void AddList(const std::string& path, std::vector<Item>& items) {
 std::vector<Item> ItemsOf(const std::vector<std::string>& inputs) {
   std::vector<Item> items;
   for (const std::string& input : inputs) {
-    if (IsListName(input)) {
+    if (IsListFile(input)) {
       AddList(input, items);
     } else {
       items.push_back({input, {}});

@@ -52,7 +52,7 @@ class Expander {
   void TakeList(const std::string& path) {
     FileError error;
     if (const auto bytes = ReadWholeFile(path, &error, kMaxTextFileSize)) {
-      for (std::string& song : ParseList(*bytes, path)) dropped_.songs.push_back(std::move(song));
+      for (std::string& song : SongsOfList(*bytes, path)) dropped_.songs.push_back(std::move(song));
     } else {
       Report(error);
     }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::array<std::string_view, 3> kSongEndings = {".mid", ".kar", "midi"};
 constexpr std::string_view kDefaultExtensions = "mid,kar";
+constexpr int kMostTries = 100;  ///< a disk far away must not hold up the window
 
 std::string_view TrimSpaces(std::string_view text) {
   const std::size_t start = text.find_first_not_of(' ');
@@ -40,6 +41,37 @@ std::string ResolvePosix(std::string_view entry, std::string_view list_path) {
   return Join(FolderOf(list_path, PathStyle::kPosix), path, PathStyle::kPosix);
 }
 
+/// The songs that lines of text name.
+std::vector<std::string> SongsIn(std::string_view text, std::string_view list_path,
+                                 PathStyle style) {
+  std::vector<std::string> paths;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+    const std::string_view line = TrimSpaces(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (line.starts_with('#') || !IsSongName(line)) continue;
+    paths.push_back(style == PathStyle::kWindows ? ResolveWindows(line, list_path)
+                                                 : ResolvePosix(line, list_path));
+  }
+  return paths;
+}
+
+bool IsAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<signed char>(c) >= 0; });
+}
+
+/// Whether one of these is a file here; only names that are more than ASCII tell.
+bool AreNamesOfThisSystem(const std::vector<std::string>& paths) {
+  int tries = kMostTries;
+  for (const std::string& path : paths) {
+    if (IsAscii(path)) continue;
+    if (FileExists(path)) return true;
+    if (--tries == 0) break;
+  }
+  return false;
+}
+
 void ShowError(MessageBoxes& boxes, const FileError& error) {
   boxes.Show(FileErrorText(error), {}, BoxIcon::kExclamation);
 }
@@ -54,18 +86,15 @@ bool IsSongName(std::string_view path) {
 
 std::vector<std::string> ParseList(std::string_view bytes, std::string_view list_path,
                                    PathStyle style) {
-  const std::string text = DecodeText(bytes).text;
-  std::vector<std::string> paths;
-  std::string_view rest = text;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
-    const std::string_view line = TrimSpaces(rest.substr(0, end));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    if (line.starts_with('#') || !IsSongName(line)) continue;
-    paths.push_back(style == PathStyle::kWindows ? ResolveWindows(line, list_path)
-                                                 : ResolvePosix(line, list_path));
+  return SongsIn(DecodeText(bytes).text, list_path, style);
+}
+
+std::vector<std::string> SongsOfList(std::string_view bytes, std::string_view list_path) {
+  if (kNativePathStyle == PathStyle::kPosix && !IsValidUtf8(bytes)) {
+    std::vector<std::string> paths = SongsIn(bytes, list_path, kNativePathStyle);
+    if (AreNamesOfThisSystem(paths)) return paths;
   }
-  return paths;
+  return ParseList(bytes, list_path);
 }
 
 std::string FormatList(const std::vector<std::string>& paths) {
@@ -81,7 +110,7 @@ bool LoadPlayList(const std::string& path, PlayListModel& list, MessageBoxes& bo
     ShowError(boxes, error);
     return false;
   }
-  for (const std::string& song : ParseList(*bytes, path)) list.AjouteFichierPlayList(song);
+  for (const std::string& song : SongsOfList(*bytes, path)) list.AjouteFichierPlayList(song);
   return true;
 }
 

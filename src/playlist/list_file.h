@@ -26,6 +26,11 @@ namespace vexolo {
 std::vector<std::string> ParseList(std::string_view bytes, std::string_view list_path,
                                    PathStyle style = kNativePathStyle);
 
+/// The same for a list of this machine. Names of files are any bytes where "/" separates: a list
+/// that is not UTF-8, but whose bytes name files that are there, is taken as it stands. May look
+/// for some files; any thread.
+std::vector<std::string> SongsOfList(std::string_view bytes, std::string_view list_path);
+
 /// True when the last four characters are, in upper case, ".MID", ".KAR" or "MIDI".
 bool IsSongName(std::string_view path);
 
