@@ -3,6 +3,7 @@
 #include <QLineEdit>
 #include <QTest>
 #include <QWheelEvent>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -179,7 +180,21 @@ class ReglageWindow : public MixerWindows {
   KnobWidget& Control(int kind, int channel) {
     return window_.knob(ControllerEntry(kind, channel));
   }
+  QRect Area(int kind, int channel) { return Control(kind, channel).geometry(); }
   Reglage window_{context_, nullptr, controllers_, state, audio};
+};
+
+/// Counts how often a widget is painted.
+class PaintCounter : public QObject {
+ public:
+  PaintCounter(QWidget& widget, int& count) : count_(count) { widget.installEventFilter(this); }
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::Paint) ++count_;
+    return false;
+  }
+
+ private:
+  int& count_;
 };
 
 TEST_F(ReglageWindow, ADraggedKnobIsSentAndKept) {
@@ -269,6 +284,52 @@ TEST_F(ReglageWindow, TheLampOfASoundingChannelIsLit) {
   const QImage dark = window_.grab().toImage();
   state.lamp_levels[5] = 127;
   EXPECT_TRUE(QTest::qWaitFor([&] { return window_.grab().toImage() != dark; }, 1000));
+}
+
+TEST_F(ReglageWindow, TheTooltipNamesThePresetThatIsInForceNow) {
+  const auto tip = [this](int kind) { return Control(kind, 0).toolTip(); };
+  for (const int kind : {kBankKind, kProgramKind}) {
+    EXPECT_TRUE(tip(kind).contains("Grand Piano")) << tip(kind).toStdString();
+  }
+  state.overrides.Set(ControllerEntry(kProgramKind, 0), 24);
+  window_.Refresh();
+  EXPECT_TRUE(tip(kBankKind).contains("Nylon Guitar")) << tip(kBankKind).toStdString();
+  audio.presets.At(0, 24) = "Steel Guitar";  // of another bank of sounds
+  window_.RefreshNames();
+  for (const int kind : {kBankKind, kProgramKind}) {
+    EXPECT_TRUE(tip(kind).contains("Steel Guitar")) << tip(kind).toStdString();
+  }
+}
+
+TEST_F(ReglageWindow, AKnobComesToLifeWithASongEvenWhereItsValueIsTheSame) {
+  const bass::HSTREAM stream = std::exchange(audio.stream, 0);
+  state.overrides.Set(ControllerEntry(kChorusKind, 0), 10);
+  state.overrides.Set(ControllerEntry(kPanKind, 0), 10);
+  window_.Refresh();
+  const QImage chorus = window_.grab(Area(kChorusKind, 0)).toImage();
+  const QImage pan = window_.grab(Area(kPanKind, 0)).toImage();
+  audio.stream = stream;
+  int drawn = 0;
+  PaintCounter counter(Control(kChorusKind, 0), drawn);
+  window_.Refresh();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return drawn > 0; }, 1000));
+  EXPECT_NE(window_.grab(Area(kChorusKind, 0)).toImage(), chorus);
+  EXPECT_NE(window_.grab(Area(kPanKind, 0)).toImage(), pan);
+}
+
+TEST_F(ReglageWindow, ValuesBeyondTheRangeAreDrawnAsItsEnd) {
+  for (const int kind :
+       {kVolumeKind, kPanKind, kReverbKind, kChorusKind, kBankKind, kProgramKind}) {
+    KnobWidget& control = Control(kind, 0);
+    state.overrides.Set(ControllerEntry(kind, 0), 127);
+    window_.DrawKnob(ControllerEntry(kind, 0));
+    const QImage highest = control.grab().toImage();
+    const QString text = control.accessibleDescription();
+    state.overrides.Set(ControllerEntry(kind, 0), 3000);
+    window_.DrawKnob(ControllerEntry(kind, 0));
+    EXPECT_EQ(control.accessibleDescription(), text) << kind;
+    EXPECT_EQ(control.grab().toImage(), highest) << kind;
+  }
 }
 
 TEST_F(ReglageWindow, ClosingIsRemembered) {

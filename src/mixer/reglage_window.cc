@@ -2,6 +2,7 @@
 
 #include <QPaintEvent>
 #include <QPainter>
+#include <algorithm>
 
 #include "mixer/channel_strips.h"
 #include "mixer/instrument_dialog.h"
@@ -20,7 +21,7 @@ constexpr int kPlateHeight = kHeader + kChannels * kRow + 8;
 constexpr int kHeight = kPlateHeight + 2 * kMargin;
 constexpr int kNumberX = 22;
 constexpr int kLampX = 46;
-constexpr int kNameX = 434;
+constexpr int kNameX = 458;
 constexpr QSize kNameSize(196, 24);
 constexpr int kLampInterval = 100;  // milliseconds
 
@@ -31,14 +32,15 @@ struct Column {
 /// By kind; a knob has its value beside it.
 constexpr std::array<Column, kControllerKinds> kColumns = {{
     {74, {60, 24}},
-    {140, {60, 24}},
-    {206, {60, 24}},
-    {272, {60, 24}},
-    {346, {24, 12}},
-    {390, {24, 12}},
-    {640, {84, 24}},
+    {148, {60, 24}},
+    {222, {60, 24}},
+    {296, {60, 24}},
+    {370, {24, 12}},
+    {414, {24, 12}},
+    {664, {84, 24}},
 }};
-constexpr int kWidth = 640 + 84 + 10 + 2 * kMargin - 12;
+constexpr int kWidth = 664 + 84 + 10 + 2 * kMargin - 12;
+constexpr int kCaptionWidth = 67;
 
 constexpr int RowTop(int channel) { return kMargin + kHeader + channel * kRow; }
 
@@ -46,8 +48,11 @@ constexpr const Column& ColumnOf(int entry) {
   return kColumns[static_cast<std::size_t>(KindOf(entry) - 1)];
 }
 
-/// Programs are counted from 1 wherever people see them.
-constexpr int ShownProgram(int program) { return program + 1; }
+/// Of a bank or program. Programs are counted from 1 wherever people see them.
+int ShownNumber(int kind, int value) {
+  const int number = std::clamp(value, 0, kControllers[static_cast<std::size_t>(kind - 1)].max);
+  return kind == kProgramKind ? number + 1 : number;
+}
 
 constexpr bool IsKnob(int kind) { return kind <= kChorusKind; }
 
@@ -177,7 +182,7 @@ void Reglage::LoadLanguage() {
 }
 
 Reglage::Shown Reglage::Now(int entry) const {
-  return {controllers_.Value(entry), controllers_.HasOverride(entry)};
+  return {controllers_.Value(entry), controllers_.HasOverride(entry), audio_.stream != 0};
 }
 
 void Reglage::Refresh() {
@@ -208,12 +213,18 @@ void Reglage::DrawKnob(int entry) {
 }
 
 void Reglage::DrawName(int channel) {
-  const QString name = Q(controllers_.TipPreset(channel));
+  const QString preset = Q(controllers_.TipPreset(channel));
+  const QString name = preset.isEmpty() && audio_.font != 0 ? no_preset_ : preset;
   InstrumentButtonWidget& button = name_button(channel);
-  button.ShowName(name.isEmpty() && audio_.font != 0 ? no_preset_ : name,
-                  HasInstrumentOverride(state_, channel));
-  button.setToolTip(button.text());
-  button.setAccessibleName(button.text());
+  const bool is_new = name != button.text();
+  button.ShowName(name, HasInstrumentOverride(state_, channel));
+  if (!is_new) return;
+  button.setToolTip(name);
+  button.setAccessibleName(name);
+  for (const int kind : {kBankKind, kProgramKind}) {
+    const int entry = ControllerEntry(kind, channel);
+    knob(entry).setToolTip(Tip(entry));
+  }
 }
 
 void Reglage::DrawLamps() {
@@ -227,7 +238,7 @@ void Reglage::DrawLamps() {
 QString Reglage::ValueText(int entry) const {
   const int kind = KindOf(entry);
   const int value = controllers_.Value(entry);
-  return kind == kProgramKind ? QString::number(ShownProgram(value))
+  return kind == kProgramKind ? QString::number(ShownNumber(kind, value))
                               : Q(ControllerText(kind, value));
 }
 
@@ -237,7 +248,7 @@ QString Reglage::Tip(int entry) const {
   QString value = ValueText(entry);
   if (kind == kBankKind || kind == kProgramKind) {
     const QString name = Q(controllers_.TipPreset(channel));
-    value += " – " + (name.isEmpty() ? no_preset_ : name);
+    if (!name.isEmpty() || audio_.font != 0) value += " – " + (name.isEmpty() ? no_preset_ : name);
   }
   const char* const key = controllers_.HasOverride(entry) ? "TipOverride" : "TipSong";
   return Q(context().Section("Reglage").Message(
@@ -269,10 +280,10 @@ void Reglage::PaintBack(QPainter& painter) const {
   skin.DrawTiled(painter, kLampSheet, kPanelTile, rect());
   skin.DrawNinePatch(painter, kPlatePatch, {kMargin, kMargin, kWidth - 2 * kMargin, kPlateHeight});
   for (int kind = 1; kind <= kControllerKinds; ++kind) {
-    QRect place(kColumns[static_cast<std::size_t>(kind - 1)].x, kMargin + 4, 60, 18);
-    if (kind == kBankKind || kind == kProgramKind) place.adjust(-10, 0, -26, 0);
+    QRect place(kColumns[static_cast<std::size_t>(kind - 1)].x, kMargin + 4, kCaptionWidth, 18);
+    if (kind == kBankKind) place = {place.left() - 10, place.top(), 44, place.height()};
     // The instrument's name stands under the caption of its program.
-    if (kind == kProgramKind) place = {kNameX, kMargin + 4, kNameSize.width(), 18};
+    if (kind == kProgramKind) place = {kNameX, place.top(), kNameSize.width(), place.height()};
     DrawEngraved(painter, place, captions_[static_cast<std::size_t>(kind - 1)], Lettering::kKey,
                  kind == kBankKind ? Qt::AlignCenter : Qt::AlignLeft | Qt::AlignVCenter);
   }
@@ -286,19 +297,19 @@ void Reglage::PaintControl(QPainter& painter, int entry) const {
   const Shown now = Now(entry);
   const Skin& skin = context().skin;
   if (kind == kBankKind || kind == kProgramKind) {
-    const int number = kind == kProgramKind ? ShownProgram(now.value) : now.value;
-    skin.Draw(painter, kNumberSheet, NumberSprite(number, now.is_override), {0, 0});
+    const SpriteRect number = NumberSprite(ShownNumber(kind, now.value), now.is_override);
+    skin.Draw(painter, kNumberSheet, number, {0, 0});
     return;
   }
   if (kind == kDrumKind) {
     skin.Draw(painter, kControllerSheet, DrumSprite(now.value != 0, now.is_override), {0, 6});
   } else {
-    const KnobStyle style = StyleOf(kind, now.is_override, audio_.stream != 0);
+    const KnobStyle style = StyleOf(kind, now.is_override, now.has_song);
     skin.Draw(painter, kControllerSheet, SmallKnobSprite(style, now.value), {0, 0});
   }
   const int text_x = 27;
   DrawEngraved(painter, {text_x, 0, ColumnOf(entry).size.width() - text_x, 24}, ValueText(entry),
-               now.is_override ? Lettering::kBright : Lettering::kScale,
+               now.is_override ? Lettering::kBright : Lettering::kValue,
                Qt::AlignLeft | Qt::AlignVCenter);
 }
 

@@ -49,6 +49,7 @@ class Reglage : public CompanionWindow {
   struct Shown {
     int value = -1;
     bool is_override = false;
+    bool has_song = false;
     bool operator==(const Shown&) const = default;
   };
 

@@ -18,6 +18,7 @@ Style StyleOf(Lettering lettering) {
     case Lettering::kKey:
       return {8, 0.4, QColor(0xb4, 0xb8, 0xbe)};
     case Lettering::kScale:
+    case Lettering::kValue:
       return {8, 0.2, QColor(0x8a, 0x8f, 0x96)};
     case Lettering::kBright:
       return {10, 0.2, QColor(0xe4, 0xe6, 0xe9)};
@@ -30,6 +31,11 @@ Style StyleOf(Lettering lettering) {
 }
 
 constexpr QColor kCut(0, 0, 0, 170);
+
+bool IsCaption(Lettering lettering) {
+  return lettering == Lettering::kCaption || lettering == Lettering::kKey ||
+         lettering == Lettering::kScale;
+}
 
 QFont FontOf(const Style& style, bool capitals) {
   QFont font;
@@ -46,7 +52,7 @@ QFont FontOf(const Style& style, bool capitals) {
 void DrawEngraved(QPainter& painter, const QRect& place, const QString& text, Lettering lettering,
                   Qt::Alignment alignment) {
   const Style style = StyleOf(lettering);
-  QFont font = FontOf(style, lettering != Lettering::kLit);
+  QFont font = FontOf(style, IsCaption(lettering));
   const double width = QFontMetricsF(font).horizontalAdvance(text);
   if (width > place.width()) {
     font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
