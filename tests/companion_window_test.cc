@@ -1,7 +1,9 @@
 // layer: gui
 #include "widgets/companion_window.h"
 
+#include <QKeyEvent>
 #include <QTest>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -51,6 +53,22 @@ TEST_F(CompanionWindowTest, AtTheEndOfTheProgramItClosesForGoodAndShowStays) {
   quitting_ = true;
   EXPECT_TRUE(window.close());
   EXPECT_EQ(ini_.ReadIni("Reverb", "Show"), "1");
+}
+
+TEST_F(CompanionWindowTest, KeysThatItDoesNotUseAreTheMainWindows) {
+  struct KeyWatcher : QWidget {
+    void keyPressEvent(QKeyEvent* event) override { pressed.push_back(event->key()); }
+    void keyReleaseEvent(QKeyEvent* event) override { released.push_back(event->key()); }
+    std::vector<int> pressed, released;
+  } main;
+  PlainCompanion window(context_, &main, "Reverb");
+  QWidget inside(&window);
+  QTest::keyClick(&inside, Qt::Key_Space);
+  QTest::keyClick(&window, Qt::Key_F1);
+  EXPECT_EQ(main.pressed, (std::vector<int>{Qt::Key_Space, Qt::Key_F1}));
+  EXPECT_EQ(main.released, (std::vector<int>{Qt::Key_Space, Qt::Key_F1}));
+  PlainCompanion alone(context_, nullptr, "Reverb");
+  QTest::keyClick(&alone, Qt::Key_Space);  // goes nowhere
 }
 
 TEST_F(CompanionWindowTest, GoesToItsKeptPlace) {

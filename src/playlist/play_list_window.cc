@@ -1,7 +1,6 @@
 #include "playlist/play_list_window.h"
 
 #include <QCloseEvent>
-#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -460,10 +459,6 @@ void PlayList::closeEvent(QCloseEvent* event) {
   CompanionWindow::closeEvent(event);
 }
 
-void PlayList::keyReleaseEvent(QKeyEvent* event) {
-  if (main_window()) QCoreApplication::sendEvent(main_window(), event);
-}
-
 void PlayList::resizeEvent(QResizeEvent* event) {
   CompanionWindow::resizeEvent(event);
   FitCount();
@@ -477,8 +472,8 @@ void PlayList::keyPressEvent(QKeyEvent* event) {
     Action_SaveList();
   } else if (event->matches(QKeySequence::SelectAll)) {
     view_.selectAll();
-  } else if (main_window()) {
-    QCoreApplication::sendEvent(main_window(), event);  // the keys of the player work here too
+  } else {
+    CompanionWindow::keyPressEvent(event);
   }
 }
 

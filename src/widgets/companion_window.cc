@@ -1,7 +1,9 @@
 #include "widgets/companion_window.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QScreen>
 
 #include "settings/window_place.h"
@@ -68,6 +70,14 @@ void CompanionWindow::closeEvent(QCloseEvent* event) {
   hide();
   StoreClosed();
   if (closed_by_user_) closed_by_user_();
+}
+
+void CompanionWindow::keyPressEvent(QKeyEvent* event) {
+  if (main_window_) QCoreApplication::sendEvent(main_window_, event);
+}
+
+void CompanionWindow::keyReleaseEvent(QKeyEvent* event) {
+  if (main_window_) QCoreApplication::sendEvent(main_window_, event);
 }
 
 void CompanionWindow::moveEvent(QMoveEvent*) {

@@ -47,6 +47,9 @@ class CompanionWindow : public QWidget {
   /// Writes that the window is closed: "Show" = "0". Override where more is to be written.
   virtual void StoreClosed();
 
+  /// Keys that no control has taken are the main window's: they play, stop and seek here too.
+  void keyPressEvent(QKeyEvent* event) override;
+  void keyReleaseEvent(QKeyEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
 
