@@ -185,6 +185,40 @@ TEST_F(PlayListTest, ThePlayingEntryHasTheArrowAndAnotherColour) {
   EXPECT_FALSE(ink(0).isValid());
 }
 
+/// Where in a picture something bright begins; a frame round it does not count.
+QPoint StartOfWriting(const QImage& image) {
+  const QRect inside = image.rect().adjusted(1, 2, -1, -2);
+  QPoint start = inside.bottomRight();
+  for (int x = inside.left(); x <= inside.right(); ++x) {
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+      if (qGray(image.pixel(x, y)) < 110) continue;
+      start = {std::min(start.x(), x), std::min(start.y(), y)};
+    }
+  }
+  return start;
+}
+
+TEST_F(PlayListTest, WhatIsWrittenStandsInLine) {
+  language_file_ = folder_.Write("x.lng", "[PlayList]\r\nColumn(0)=Artist\r\nColumn(2)=Artist\r\n");
+  PlayList& window = Show({"/Artist.mid"});
+  const auto cell = [&](int column) {
+    const QRect rect = window.view().visualRect(window.view().model()->index(0, column));
+    return StartOfWriting(window.view().viewport()->grab(rect).toImage());
+  };
+  const auto heading = [&](int column) {
+    const QHeaderView& header = *window.view().header();
+    const QRect rect(header.sectionPosition(column), 0, header.sectionSize(column),
+                     header.height());
+    return StartOfWriting(window.view().header()->grab(rect).toImage());
+  };
+  EXPECT_GT(cell(SongRows::kName).x(), 10);
+  EXPECT_EQ(cell(SongRows::kName).y(), cell(SongRows::kArtist).y());
+  EXPECT_EQ(heading(SongRows::kName).y(), heading(SongRows::kArtist).y());
+  for (const int column : {SongRows::kName, SongRows::kArtist}) {
+    EXPECT_NEAR(heading(column).x(), cell(column).x(), 1) << column;
+  }
+}
+
 TEST_F(PlayListTest, NamesLineUpWhetherTheyPlayOrNot) {
   PlayList& window = Show({"/WWWW.mid"});
   const QRect cell = window.view().visualRect(window.view().model()->index(0, 0));
@@ -235,7 +269,7 @@ TEST_F(PlayListTest, AnEmptyListSaysSo) {
 
 TEST_F(PlayListTest, FillsTheWindowBelowTheButtons) {
   PlayList& window = Show({"/a.mid"});
-  for (const QSize size : {QSize(400, 200), QSize(900, 600)}) {
+  for (const QSize size : {window.minimumSize(), QSize(900, 600)}) {
     window.resize(size);
     EXPECT_TRUE(QTest::qWaitFor([&] { return window.size() == size; }));
     QApplication::processEvents();
@@ -528,6 +562,7 @@ TEST_F(PlayListTest, TypedLettersLookForNames) {
 
 TEST_F(PlayListTest, EveryButtonIsReachedWithTheKeyboard) {
   Show({"/a.mid"});
+  EXPECT_TRUE(QTest::qWaitFor([] { return QApplication::focusWidget() != nullptr; }));
   QStringList reached;
   for (int i = 0; i < 12; ++i) {
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);

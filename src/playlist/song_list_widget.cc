@@ -22,6 +22,8 @@ constexpr const char* kEntriesType = "application/x-vexolo-entries";
 
 constexpr QColor kGlass(0x13, 0x0d, 0x06);
 constexpr QColor kGlassLine(0x1a, 0x13, 0x0a);
+constexpr QColor kHeading(0x1d, 0x15, 0x0b);
+constexpr QColor kHeadingLine(0x3f, 0x2f, 0x14);
 constexpr QColor kInk(0xd9, 0xcf, 0xbd);
 constexpr QColor kDimInk(0x9a, 0x8d, 0x76);
 constexpr QColor kAmber(0xff, 0xb2, 0x33);
@@ -62,30 +64,36 @@ class RowDelegate : public QStyledItemDelegate {
 
   void paint(QPainter* painter, const QStyleOptionViewItem& option,
              const QModelIndex& index) const override {
-    if (index.column() != SongRows::kName) {
-      QStyledItemDelegate::paint(painter, Prepared(option, index), index);
-      return;
-    }
-    const QString line = index.data(Qt::DisplayRole).toString();
-    const auto prefix_length =
-        line.startsWith(Q(kPlayingPrefix)) ? kPlayingPrefix.size() : kOtherPrefix.size();
-    QStyleOptionViewItem row = Prepared(option, index);
-    initStyleOption(&row, index);
-    row.text.clear();
-    QStyle* style = row.widget ? row.widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &row, painter, row.widget);
-    const int indent = row.fontMetrics.horizontalAdvance(Q(kPlayingPrefix));
-    const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, &row, row.widget) + 1;
-    const QRect text = row.rect.adjusted(margin, 0, -margin, 0);
-    const auto prefix = static_cast<qsizetype>(prefix_length);
+    QStyleOptionViewItem cell = Prepared(option, index);
+    initStyleOption(&cell, index);
+    const QString text = std::exchange(cell.text, QString());
+    QStyle* style = cell.widget ? cell.widget->style() : QApplication::style();
+    style->drawControl(QStyle::CE_ItemViewItem, &cell, painter, cell.widget);
     painter->save();
-    painter->setFont(row.font);
-    painter->setPen(InkOf(row));
-    painter->drawText(text, Qt::AlignVCenter | Qt::TextSingleLine, line.left(prefix));
-    const QRect name = text.adjusted(indent, 0, 0, 0);
-    painter->drawText(name, Qt::AlignVCenter | Qt::TextSingleLine,
-                      row.fontMetrics.elidedText(line.mid(prefix), Qt::ElideRight, name.width()));
+    painter->setFont(cell.font);
+    painter->setPen(InkOf(cell));
+    const int margin = TextMargin(cell.widget);
+    QRect place = cell.rect.adjusted(margin, 0, -margin, 0);
+    QString shown = text;
+    if (index.column() == SongRows::kName) {
+      const auto prefix = static_cast<qsizetype>(
+          text.startsWith(Q(kPlayingPrefix)) ? kPlayingPrefix.size() : kOtherPrefix.size());
+      painter->drawText(place, Qt::AlignVCenter | Qt::TextSingleLine, text.left(prefix));
+      place.setLeft(place.left() + PrefixWidth(cell.fontMetrics));
+      shown = text.mid(prefix);
+    }
+    painter->drawText(place, static_cast<int>(cell.displayAlignment) | Qt::TextSingleLine,
+                      cell.fontMetrics.elidedText(shown, Qt::ElideRight, place.width()));
     painter->restore();
+  }
+
+  /// Of a cell, between its edge and its text.
+  static int TextMargin(const QWidget* widget) {
+    const QStyle* style = widget ? widget->style() : QApplication::style();
+    return style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+  }
+  static int PrefixWidth(const QFontMetrics& metrics) {
+    return metrics.horizontalAdvance(Q(kPlayingPrefix));
   }
 
  private:
@@ -103,6 +111,23 @@ class RowDelegate : public QStyledItemDelegate {
   static QColor InkOf(const QStyleOptionViewItem& row) {
     const bool selected = row.state.testFlag(QStyle::State_Selected);
     return row.palette.color(selected ? QPalette::HighlightedText : QPalette::Text);
+  }
+};
+
+/// The headings, that of the names above the names themselves.
+class Headings : public QHeaderView {
+ public:
+  explicit Headings(QWidget* parent) : QHeaderView(Qt::Horizontal, parent) {
+    setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  }
+
+ protected:
+  void paintSection(QPainter* painter, const QRect& rect, int section) const override {
+    if (section != SongRows::kName) return QHeaderView::paintSection(painter, rect, section);
+    painter->fillRect(rect, kHeading);
+    painter->fillRect(QRect(rect.bottomLeft(), QSize(rect.width(), 1)), kHeadingLine);
+    const int indent = RowDelegate::PrefixWidth(fontMetrics());
+    QHeaderView::paintSection(painter, rect.adjusted(indent, 0, 0, 0), section);
   }
 };
 
@@ -189,10 +214,7 @@ QString SongRows::ToolTip(int place) const {
 
 QVariant SongRows::headerData(int section, Qt::Orientation orientation, int role) const {
   if (orientation != Qt::Horizontal || section < 0 || section >= kColumns) return {};
-  if (role == Qt::DisplayRole) {
-    const QString& heading = headings_[static_cast<std::size_t>(section)];
-    return section == kName ? Q(kOtherPrefix) + heading : heading;  // above the names
-  }
+  if (role == Qt::DisplayRole) return headings_[static_cast<std::size_t>(section)];
   if (role == Qt::TextAlignmentRole) {
     const auto side = section == kLength ? Qt::AlignRight : Qt::AlignLeft;
     return QVariant::fromValue(Qt::Alignment(Qt::AlignVCenter | side));
@@ -233,6 +255,7 @@ QModelIndexList SongRows::match(const QModelIndex& start, int role, const QVaria
 // ---- View
 
 SongListWidget::SongListWidget(SongRows& rows, QWidget* parent) : QTreeView(parent), rows_(rows) {
+  setHeader(new Headings(this));
   setModel(&rows);
   setItemDelegate(new RowDelegate(this));
   setPalette(GlassPalette(palette()));
@@ -252,10 +275,12 @@ SongListWidget::SongListWidget(SongRows& rows, QWidget* parent) : QTreeView(pare
   setDragDropMode(QAbstractItemView::DragDrop);
   setDefaultDropAction(Qt::MoveAction);
   // Written on the glass as well; the toolkit would put a row of buttons there.
-  header()->setStyleSheet(
-      "QHeaderView { background: #130d06; }"
-      "QHeaderView::section { background: #1d150b; color: #9a8d76; border: none;"
-      " border-bottom: 1px solid #3f2f14; padding: 3px; }");
+  header()->setStyleSheet(QString("QHeaderView { background: %1; }"
+                                  "QHeaderView::section { background: %2; color: %3; border: none;"
+                                  " border-bottom: 1px solid %4; padding: 3px %5px; }")
+                              .arg(kGlass.name(), kHeading.name(), kDimInk.name(),
+                                   kHeadingLine.name(),
+                                   QString::number(RowDelegate::TextMargin(this))));
   header()->setStretchLastSection(false);
   header()->setSectionsMovable(false);
   header()->setHighlightSections(false);
