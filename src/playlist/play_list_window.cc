@@ -291,8 +291,7 @@ void PlayList::Refresh() {
   TakeDropped();
   if (list_.revision() != shown_revision_) ListChanged({}, false);
   TakeFacts();
-  const bool busy = facts_.reading() || drop_worker_.HasMore();
-  const int interval = busy ? kBusyInterval : kWatchInterval;
+  const int interval = reading() ? kBusyInterval : kWatchInterval;
   if (watch_timer_.isActive() && watch_timer_.interval() != interval) {
     watch_timer_.start(interval);
   }

@@ -84,6 +84,8 @@ class PlayList : public CompanionWindow {
   SongListWidget& view() { return view_; }
   /// What stands beside the buttons: how many songs, how long.
   const QString& count_text() const { return count_text_; }
+  /// Whether songs are still to be read or dropped files to be gone through.
+  bool reading() const { return facts_.reading() || drop_worker_.HasMore(); }
 
  protected:
   void StoreClosed() override;
