@@ -282,5 +282,29 @@ TEST_F(ConversionFormTest, TheBitrateHasNoSayInAWavFile) {
   EXPECT_TRUE(form.UsesBitrate());
 }
 
+TEST_F(ConversionFormTest, WhatCannotBeStoredHoldsAllTheSameAndIsAMessage) {
+  ModIni ini(folder_ / "none/Vexolo.ini", message_boxes_);
+  ConversionForm form(ini, kSong, kDay, kVersion, PathStyle::kPosix);
+  form.boxes.format = AudioFormat::kOgg;
+  form.boxes.folder = "/music";
+  form.boxes.title = "\"L'été\"";
+  EXPECT_TRUE(form.Confirm(false, message_boxes_));
+  ASSERT_EQ(message_boxes_.shown.size(), 1u);
+  EXPECT_THAT(message_boxes_.shown[0].text, EndsWith(folder_ / "none/Vexolo.ini"));
+  EXPECT_EQ(form.settings().format, AudioFormat::kOgg);
+  EXPECT_EQ(form.settings().folder, "/music/");
+  EXPECT_EQ(form.settings().tags.title, "L'été");  // as the settings give it back
+  EXPECT_EQ(form.settings().tags.artist, "Édith");
+}
+
+TEST_F(ConversionFormTest, WhatHasBeenConfirmedIsWhatTheSettingsGiveBack) {
+  ConversionForm form = Open();
+  form.boxes.scheme = "%A - %T";
+  form.boxes.line_length = "40,7";
+  ASSERT_TRUE(form.Confirm(false, message_boxes_));
+  EXPECT_TRUE(message_boxes_.shown.empty());
+  EXPECT_EQ(form.settings(), LoadConversionSettings(ini_));
+}
+
 }  // namespace
 }  // namespace vexolo

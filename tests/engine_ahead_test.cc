@@ -1,6 +1,8 @@
 // layer: engine
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <thread>
 
@@ -88,6 +90,18 @@ TEST_F(AheadTest, SoundsTheSameOnAnyNumberOfThreads) {
   for (const int threads : {0, 1, 2, 3, 4, 16})
     EXPECT_EQ(render(threads, 256), expected) << threads;
   for (const std::size_t block : {1u, 333u, 44100u}) EXPECT_EQ(render(2, block), expected) << block;
+}
+
+TEST_F(AheadTest, ABankThatCanBeReadNoMoreIsAnErrorAndNoSilence) {
+  const std::string path = Path("short.sf2");
+  std::ofstream(path, std::ios::binary) << ToneBank(0.5);
+  const DWORD font = api.BASS_MIDI_FontInit(path.c_str(), 0);
+  const DWORD stream = CreateAhead(Disorder(), 2);
+  ASSERT_TRUE(SetFont(stream, font));
+  std::filesystem::resize_file(path, 100);  // the presets' samples are not read yet
+  Pcm block(2 * 4410);
+  EXPECT_EQ(api.BASS_ChannelGetData(stream, block.data(), 4 * 4410), bass::kError32);
+  EXPECT_EQ(Error(), bass::BASS_ERROR_FILEOPEN);
 }
 
 TEST_F(AheadTest, PositionsTellWhatHasBeenDelivered) {

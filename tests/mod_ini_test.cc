@@ -236,5 +236,27 @@ TEST_F(ModIniTest, AFileThatCanNoLongerBeReadKeepsWhatWasReadAndIsNotReplaced) {
   EXPECT_EQ(folder_.Read("Vexolo.ini"), "[A]\r\nx=3\r\ny=2\r\n");
 }
 
+TEST_F(ModIniTest, WhoeverAsksIsToldWhetherAWriteIsInItsFile) {
+  ini_.WriteIni("A", "k", "1");
+  EXPECT_TRUE(ini_.kept());
+  ini_.WriteIni("A", "k", "1", folder_ / "none/x.ini");
+  EXPECT_FALSE(ini_.kept());
+  ini_.WriteIni("A", "k", "1");  // as it is already
+  EXPECT_TRUE(ini_.kept());
+}
+
+TEST_F(ModIniTest, AGroupReadsItsOwnValuesOfAFileThatMustNotBeReplacedToo) {
+  const std::string path = folder_ / "Vexolo.ini";
+  fs::create_symlink("Vexolo.ini", path);
+  {
+    const IniGroup group(ini_);
+    ini_.WriteIni("A", "x", "3");
+    EXPECT_EQ(ini_.ReadIni("A", "x"), "3");
+  }
+  EXPECT_FALSE(ini_.kept());
+  EXPECT_EQ(ini_.ReadIni("A", "x"), "");
+  EXPECT_TRUE(fs::is_symlink(path));
+}
+
 }  // namespace
 }  // namespace vexolo

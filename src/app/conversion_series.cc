@@ -119,7 +119,7 @@ void ConversionSeries::Ask(const SongIdentity& identity) {
     return;
   }
   parts_.state.convert_all = form.convert_all();
-  parts_.state.conversion = LoadConversionSettings(parts_.ini);
+  parts_.state.conversion = form.settings();
   borrowed_ = form.borrowed();
   if (song_.empty()) {
     Finish();

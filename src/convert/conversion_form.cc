@@ -16,6 +16,7 @@ namespace vexolo {
 namespace {
 
 constexpr const char* kTagsSection = "Tags";
+constexpr const char* kNotKept = "Les réglages n'ont pas pu être enregistrés :\n";
 
 /// A tag that the prefill may fill: its key, and where it stands in each of the records.
 struct PrefilledTag {
@@ -97,13 +98,15 @@ std::string ConversionForm::Preview() const {
 
 bool ConversionForm::Confirm(bool convert_all, MessageBoxes& message_boxes) {
   if (!AcceptFolder(boxes.folder, message_boxes, style_)) return false;
-  ConversionSettings settings = Settings();
-  MemoParam(ini_, settings, style_);
-  boxes.folder = settings.folder;
-  boxes.line_length = std::to_string(settings.max_line_length);
+  settings_ = Settings();
+  if (!MemoParam(ini_, settings_, style_)) {
+    message_boxes.Show(kNotKept + ini_.default_file(), "Error", BoxIcon::kExclamation);
+  }
+  boxes.folder = settings_.folder;
+  boxes.line_length = std::to_string(settings_.max_line_length);
   for (const PrefilledTag& tag : kPrefilledTags) {
     const bool is_as_prefilled = prefilled_.*tag.borrowed == boxes.*tag.box;
-    if (is_as_prefilled) borrowed_.*tag.borrowed = ini_.ReadIni(kTagsSection, tag.key);
+    if (is_as_prefilled) borrowed_.*tag.borrowed = settings_.tags.*tag.tag;
   }
   convert_all_ = convert_all;
   confirmed_ = true;

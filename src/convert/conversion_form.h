@@ -67,12 +67,14 @@ class ConversionForm {
 
   /// The OK button, or "Tous": cleans the boxes and stores them (`MémoParam`), remembers what was
   /// borrowed from the song, and confirms. False after a message where the folder cannot be stored;
-  /// nothing has happened then.
+  /// nothing has happened then. Settings that cannot be written are a message, but hold.
   bool Confirm(bool convert_all, MessageBoxes& message_boxes);
 
   bool confirmed() const { return confirmed_; }
   bool convert_all() const { return convert_all_; }
   const BorrowedTags& borrowed() const { return borrowed_; }
+  /// What has been confirmed, as the settings give it back.
+  const ConversionSettings& settings() const { return settings_; }
 
  private:
   ConversionSettings Settings() const;
@@ -83,6 +85,7 @@ class ConversionForm {
   const PathStyle style_;
   BorrowedTags prefilled_;  ///< what the prefill has put into the boxes
   BorrowedTags borrowed_;
+  ConversionSettings settings_;
   bool confirmed_ = false;
   bool convert_all_ = false;
 };

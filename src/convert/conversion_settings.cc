@@ -61,17 +61,21 @@ ConversionSettings LoadConversionSettings(ModIni& ini) {
   return settings;
 }
 
-void MemoParam(ModIni& ini, ConversionSettings& settings, PathStyle style) {
+bool MemoParam(ModIni& ini, ConversionSettings& settings, PathStyle style) {
   settings.folder = ValidatedFolder(settings.folder, style);
   settings.max_line_length = CleanedLineLength(std::to_string(settings.max_line_length));
-  const IniGroup group(ini);
-  ini.WriteIni("Wave", "SaveFolder", settings.folder);
-  ini.WriteIni("Wave", "SaveScheme", settings.scheme);
-  ini.WriteIni("Wave", "Encoding", std::to_string(static_cast<int>(settings.format)));
-  ini.WriteIni("Wave", "Rate", settings.rate);
-  ini.WriteIni("Lyrics", "MakeFile", settings.make_lyrics_file ? "1" : "0");
-  ini.WriteIni("Lyrics", "MaxLength", std::to_string(settings.max_line_length));
-  for (const TagKey& tag : kTagKeys) ini.WriteIni("Tags", tag.key, settings.tags.*tag.value);
+  {
+    const IniGroup group(ini);
+    ini.WriteIni("Wave", "SaveFolder", settings.folder);
+    ini.WriteIni("Wave", "SaveScheme", settings.scheme);
+    ini.WriteIni("Wave", "Encoding", std::to_string(static_cast<int>(settings.format)));
+    ini.WriteIni("Wave", "Rate", settings.rate);
+    ini.WriteIni("Lyrics", "MakeFile", settings.make_lyrics_file ? "1" : "0");
+    ini.WriteIni("Lyrics", "MaxLength", std::to_string(settings.max_line_length));
+    for (const TagKey& tag : kTagKeys) ini.WriteIni("Tags", tag.key, settings.tags.*tag.value);
+    settings = LoadConversionSettings(ini);
+  }
+  return ini.kept();
 }
 
 std::string ValidatedFolder(std::string_view folder, PathStyle style) {

@@ -48,8 +48,9 @@ ConversionSettings LoadConversionSettings(ModIni& ini);
 
 /// Memorises everything (`MémoParam`). Folder and line length are cleaned first; the caller shows
 /// the cleaned values. Values that a prefill has put in are stored like typed ones, for the run
-/// reads its tags back from the settings. Window thread only.
-void MemoParam(ModIni& ini, ConversionSettings& settings, PathStyle style = kNativePathStyle);
+/// reads its tags back from the settings: `settings` becomes what will be read. That holds where
+/// the file cannot be written, too; false then. Window thread only.
+bool MemoParam(ModIni& ini, ConversionSettings& settings, PathStyle style = kNativePathStyle);
 
 /// With a separator at its end, unless it is empty (the `Validate` event of `RecFolder`).
 std::string ValidatedFolder(std::string_view folder, PathStyle style = kNativePathStyle);

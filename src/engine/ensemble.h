@@ -108,7 +108,7 @@ class Ensemble final : public ChannelEvents {
 
   /// Takes up to `frames` frames of the oldest closed window, which is mixed first where it has not
   /// been yet. None of an empty window, which is thereby gone. Where a channel fails for want of
-  /// memory, the exception comes out here.
+  /// memory or because its bank can be read no more, the exception comes out here.
   int Take(Console& console, std::int16_t* out, int frames);
 
   /// Voices that still sound; settled.

@@ -40,6 +40,8 @@ Result Guarded(Result failure, Operation operation) {
     return operation();
   } catch (const std::bad_alloc&) {
     last_error = BASS_ERROR_MEM;
+  } catch (const engine::UnreadableBank&) {
+    last_error = BASS_ERROR_FILEOPEN;
   } catch (const std::exception&) {
     last_error = BASS_ERROR_UNKNOWN;
   }

@@ -22,8 +22,9 @@
 #include "engine/sound_font_check.h"
 #include "engine/sound_font_synth.h"
 
-// FluidSynth's reader spreads its work over OpenMP's threads where it was built with OpenMP. Where
-// presets are read by several threads anyway, that would only make more of them.
+// FluidSynth's reader spreads its work over OpenMP's threads where it was built with OpenMP, and a
+// system that has no more threads to give would end the program there. There is little to spread:
+// presets are read by several threads anyway, and whole banks in one piece.
 #if defined(__GNUC__) && !defined(_WIN32)
 extern "C" __attribute__((weak)) void omp_set_num_threads(int threads);
 #endif
@@ -252,6 +253,7 @@ struct LoadedSynth {
   }
 
   int Load(const ByteSource& bank) const {
+    ReadWithThisThreadAlone();
     return fluid_synth_sfload(synth.get(), NameOf(bank).c_str(), 0);
   }
 };
@@ -565,9 +567,9 @@ FluidChannel::FluidChannel(LoadedSynth loaded, std::shared_ptr<FluidSoundFont> f
 int FluidChannel::BankWith(const Place& place) {
   const auto known = banks_.find(place);
   if (known != banks_.end()) return known->second;
-  ReadWithThisThreadAlone();
   const ByteSource* preset = font_->PresetAlone(place);
   const int bank = preset != nullptr ? loaded_.Load(*preset) : FLUID_FAILED;
+  if (bank == FLUID_FAILED) throw UnreadableBank();
   banks_.emplace(place, bank);
   return bank;
 }

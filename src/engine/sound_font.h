@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,11 @@ namespace vexolo::engine {
 
 class ChannelSynth;
 class SoundFontSynth;
+
+/// Thrown where a bank that has been loaded can be read no more.
+struct UnreadableBank : std::runtime_error {
+  UnreadableBank() : std::runtime_error("the bank can be read no more") {}
+};
 
 /// What the bank says of itself (RIFF INFO list).
 struct SoundFontInfo {

@@ -76,7 +76,8 @@ class SoundFontSynth : public ChannelEvents {
 
 /// The same for one channel alone (events name it, and no other), up to 256 voices: sixteen of them
 /// render a song on several threads. For files, not for the mixing thread: presets are read from
-/// the bank when they are first chosen. One thread at a time; each object its own.
+/// the bank when they are first chosen, and where that fails UnreadableBank is thrown: silence
+/// would be taken for the song. One thread at a time; each object its own.
 class ChannelSynth : public ChannelEvents {
  public:
   /// Renders `frames` frames, overwriting; cut as one likes, as above. False where nothing but

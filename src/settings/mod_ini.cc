@@ -79,18 +79,18 @@ ModIni::Draft* ModIni::FindDraft(const std::string& path) {
   return found == drafts_.end() ? nullptr : &*found;
 }
 
-/// Null where the file is there and nobody can tell what stands in it: it must not be replaced by
-/// one that holds a single key.
-ModIni::Draft* ModIni::OpenDraft(const std::string& path) {
-  if (Draft* draft = FindDraft(path)) return draft;
+/// A file that is there and that nobody can read must not be replaced by one that holds a single
+/// key: what is written to it lasts as long as the group.
+ModIni::Draft& ModIni::OpenDraft(const std::string& path) {
+  if (Draft* draft = FindDraft(path)) return *draft;
   FileError error;
-  Draft draft{path, {}, false};
+  Draft draft{path, {}};
   if (StampOf(path, &error) || !MeansMissing(error)) {
     const Loaded loaded = Load(path);
-    if (!loaded.is_current) return nullptr;
-    draft.document = *loaded.document;
+    if (loaded.document != nullptr) draft.document = *loaded.document;
+    draft.may_replace = loaded.is_current;
   }
-  return &drafts_.emplace_back(std::move(draft));
+  return drafts_.emplace_back(std::move(draft));
 }
 
 std::string ModIni::ReadIni(std::string_view section, std::string_view key,
@@ -112,19 +112,25 @@ void ModIni::WriteIni(std::string_view section, std::string_view key, std::strin
                       const std::string& file) {
   if (Refuse(section, key, kWriteRefused)) return;
   const IniGroup group(*this);
-  Draft* draft = OpenDraft(file.empty() ? default_file_ : file);
-  if (draft != nullptr && draft->document.Set(section, key, value)) draft->is_changed = true;
+  Draft& draft = OpenDraft(file.empty() ? default_file_ : file);
+  if (draft.document.Set(section, key, value)) draft.is_changed = true;
 }
 
 void ModIni::EndGroup(bool is_given_up) {
   if (--groups_ > 0) return;
   const std::vector<Draft> drafts = std::exchange(drafts_, {});
+  kept_ = false;
   if (is_given_up) return;
+  bool kept = true;
   for (const Draft& draft : drafts) {
     if (!draft.is_changed) continue;
     // Settings are written while a knob is being turned: waiting for the disk would show.
-    WriteWholeFile(draft.path, draft.document.Serialize(), Durability::kInSystem);
+    const bool is_written =
+        draft.may_replace &&
+        !WriteWholeFile(draft.path, draft.document.Serialize(), Durability::kInSystem);
+    kept = kept && is_written;
   }
+  kept_ = kept;
 }
 
 IniGroup::IniGroup(ModIni& ini) : ini_(ini), exceptions_(std::uncaught_exceptions()) {

@@ -21,7 +21,7 @@ namespace vexolo {
 ///
 /// Nothing is reported but a missing section or key name: a file that cannot be read gives empty
 /// values (or, where it could be read before, what stood in it then), one that cannot be written
-/// stays as it is. Window thread only.
+/// stays as it is (`kept` says so to who asks). Window thread only.
 class ModIni {
  public:
   static constexpr std::size_t kMaxLength = 128;  ///< characters of a value that are read
@@ -40,6 +40,10 @@ class ModIni {
   void WriteIni(std::string_view section, std::string_view key, std::string_view value,
                 const std::string& file = {});
 
+  /// Whether all that the most recent write, or group of them, changed is in its files. Outside of
+  /// groups.
+  bool kept() const { return kept_; }
+
   /// What the most recent ReadIni read, and its length in characters.
   const std::string& last_value() const { return last_value_; }
   std::size_t last_length() const { return last_length_; }
@@ -53,6 +57,7 @@ class ModIni {
     std::string path;
     IniDocument document;
     bool is_changed = false;
+    bool may_replace = true;  ///< no, where nobody can tell what stands in the file
   };
   /// A file as it was last read. It is parsed once for the hundreds of keys of a language file, and
   /// again when the file on disk has changed.
@@ -74,7 +79,7 @@ class ModIni {
 
   Loaded Load(const std::string& path);
   Draft* FindDraft(const std::string& path);
-  Draft* OpenDraft(const std::string& path);
+  Draft& OpenDraft(const std::string& path);
   void EndGroup(bool is_given_up);
 
   std::string default_file_;
@@ -84,6 +89,7 @@ class ModIni {
   std::vector<CachedFile> cache_;
   std::uint64_t uses_ = 0;
   int groups_ = 0;
+  bool kept_ = true;
   std::vector<Draft> drafts_;
 };
 
