@@ -363,5 +363,14 @@ TEST_F(EncodingRunTest, SoundThatEndsBeforeTheSongIsNoFinishedSong) {
   EXPECT_EQ(boxes_.shown.size(), 2U);
 }
 
+TEST_F(EncodingRunTest, AnMp3WhoseEncoderLeftItUnfinishedIsAFailureWhateverTheEncoderSays) {
+  request_.settings.format = AudioFormat::kMp3;
+  std::string frame = "\xFF\xFB\x90\x64";
+  frame.resize(417);
+  bass_.on_encode_start = [&](const FakeBass::EncodeStart&) { Write(frame + "sound"); };
+  EXPECT_EQ(Convert().status, RunStatus::kEncoderFailed);
+  EXPECT_EQ(boxes_.shown.size(), 1U);
+}
+
 }  // namespace
 }  // namespace vexolo

@@ -11,6 +11,7 @@
 
 #include "audio/error_report.h"
 #include "convert/bitrates.h"
+#include "convert/mp3_check.h"
 #include "platform/locale_format.h"
 #include "settings/language.h"
 
@@ -193,6 +194,8 @@ class Run {
       FailAudio(RunStatus::kEncoderFailed, kEncodingProblem);
     } else if (!song_.EndHasRun()) {
       FailRender();
+    } else if (format() == AudioFormat::kMp3 && !LooksLikeFinishedMp3(result_.audio_path)) {
+      Fail(RunStatus::kEncoderFailed, kEncodingProblem);
     }
     // What an encoder that failed has written stays; what is left of a cancelled run does not. A
     // file that was there before and that the encoder never came to write is none of ours.
