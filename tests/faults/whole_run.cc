@@ -1,0 +1,333 @@
+#include "faults/whole_run.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "app/action_guard.h"
+#include "app/conversion_series.h"
+#include "app/main_timer.h"
+#include "app/program.h"
+#include "app/start_up.h"
+#include "app/transport.h"
+#include "audio/loader.h"
+#include "fakes/fake_file_dialogs.h"
+#include "fakes/fake_window_thread.h"
+#include "faults/fault_points.h"
+#include "mixer/options.h"
+#include "playlist/list_file.h"
+#include "song_builder.h"
+#include "tone_bank.h"
+
+namespace vexolo::faults {
+namespace {
+
+namespace fs = std::filesystem;
+using engine::testing::SongBuilder;
+using engine::testing::ToneBank;
+
+constexpr std::chrono::seconds kPatience{5};
+
+void Write(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+/// Less than a second, with a word to every note.
+std::string Song(int number) {
+  SongBuilder song;
+  song.Tempo(0, 500000).Name("Words", 1).Text(0, "@TTitle " + std::to_string(number), 1);
+  for (std::uint32_t beat = 0; beat < 6; ++beat) {
+    song.Note(120 * beat, 60, 3, 60 + static_cast<int>(beat));
+    song.Note(120 * beat, 60, 5, 48);
+    song.Text(120 * beat, "la ", 1);
+  }
+  return song.Song();
+}
+
+/// Boxes that write down what they say, and agree to everything.
+class Boxes : public MessageBoxes {
+ public:
+  explicit Boxes(Outcome& outcome) : outcome_(outcome) {}
+  void Show(const std::string& text, const std::string&, BoxIcon) override {
+    const Quiet quiet;
+    outcome_.boxes.push_back(text);
+  }
+  bool AskYesNo(const std::string&, const std::string&) override { return true; }
+
+ private:
+  Outcome& outcome_;
+};
+
+/// Windows that are not there.
+class NoWindows : public StartUpWindows,
+                  public TransportView,
+                  public ConversionView,
+                  public MainTimerView {
+ public:
+  std::function<void()> play;
+  std::function<void()> ask_for_bank;
+  std::function<void(ConversionForm&)> fill_in;
+
+  void ChooseFirstLanguage() override {}
+  void LoadLanguage() override {}
+  bool BuildSkin() override { return true; }
+  void DrawKnobs() override {}
+  void DispSoloMute() override {}
+  void RestorePlace() override {}
+  void CreateCompanion(Companion) override {}
+  void RestoreLastList() override {}
+  void BougeFilles() override {}
+  void* ShowMainWindow() override { return nullptr; }
+  void ShowCompanionAgain(Companion) override {}
+  void DispMix() override {}
+  void AfficherMarqueurs() override {}
+  void ChooseBank() override { ask_for_bank(); }
+  void ShowTitle(const std::string&) override {}
+  void ProcessMessages() override {}
+  void Action_Play() override { play(); }
+  void StopTimers() override {}
+  void UnloadCompanion(Companion) override {}
+  void UnloadDialogs() override {}
+  void UnhookWindows() override {}
+  void ReleaseSkin() override {}
+
+  void DrawPlay(bool) override {}
+  void DrawRepeat(int) override {}
+  void DrawMix() override {}
+  void ShowTime() override {}
+  void EnableTimer(bool) override {}
+  std::optional<std::string> AskTime(const std::string&) override { return "0:00.010"; }
+
+  void ShowTags(ConversionForm& form, bool) override { fill_in(form); }
+  void ShowRun() override {}
+  void EndRun() override {}
+  void EnableTimerEncodage(bool) override {}
+  void ShowSummary(const std::string&, const std::string&) override {}
+
+  void DispMiscButtons() override {}
+  void DispLeds() override {}
+  void DrawVuMeters(const VuMeter&) override {}
+  void DrawMeters(const std::array<int, kChannels>&) override {}
+  void RefreshChannels() override {}
+  double slider_maximum() const override { return 1000; }
+  void MoveSlider(double) override {}
+  void ShowBankInfo(const std::string&) override {}
+};
+
+/// One run of the program: its parts, and what a user does to them.
+class Run {
+ public:
+  Run(const Place& place, Outcome& outcome)
+      : place_(place), outcome_(outcome), boxes_(outcome), guard_(boxes_) {}
+
+  /// Like main(): what the program is made of may be what memory is missing for.
+  void FromStartToEnd() {
+    guard_.Run([&] {
+      library_ = AudioLibrary::OpenEngine();
+      MakeParts();
+    });
+    if (parts_ == nullptr) return;
+    const bool starts = guard_.Run([&] {
+      if (parts_->start_up.Run()) Done("started");
+    });
+    if (starts && Has("started")) Use();
+    guard_.Run([&] { parts_->series.ShutDown(); });
+    guard_.Run([&] { parts_->start_up.ShutDown(); });
+    const Quiet quiet;
+    parts_.reset();
+  }
+
+ private:
+  /// In the order in which they depend on each other.
+  struct Parts {
+    explicit Parts(Run& run)
+        : program({.library = *run.library_,
+                   .boxes = run.boxes_,
+                   .files = run.files_,
+                   .program_folder = run.place_.program(),
+                   .settings_file = run.place_.settings(),
+                   .command_line = '"' + run.place_.song(1) + '"',
+                   .separator = '.',
+                   .post = run.Poster()}),
+          transport({program.api, program.state, program.song_start, program.settings, program.ini,
+                     run.boxes_, run.windows_, &program.lyric_display, '.'}),
+          start_up({program.api, program.state, program.binding, program.bank_loader, program.ini,
+                    program.settings, run.boxes_, run.windows_, run.place_.program(),
+                    program.env.command_line, -1}),
+          timer(program.api, program.state, run.windows_, '.'),
+          series({program.api, program.state, program.song_start, program.settings, program.ini,
+                  run.boxes_, transport, run.windows_, run.windows_, program.env.post,
+                  run.place_.program(), '.'}) {
+      program.end_of_song.set_listener(
+          [this](bass::HSTREAM stream) { transport.EndOfSong(stream); });
+      run.windows_.play = [this] { transport.Action_Play(); };
+      run.windows_.ask_for_bank = [&run] { run.boxes_.Show("the choice of a bank", {}, {}); };
+    }
+
+    Program program;
+    Transport transport;
+    StartUp start_up;
+    MainTimer timer;
+    ConversionSeries series;
+  };
+
+  void MakeParts() { parts_ = std::make_unique<Parts>(*this); }
+
+  /// What another thread posts is an action like any other.
+  PostToWindow Poster() {
+    return [this, post = thread_.Poster()](std::function<void()> action) {
+      post([this, action = std::move(action)] { guard_.Run(action); });
+    };
+  }
+
+  void Done(const std::string& what) {
+    const Quiet quiet;
+    outcome_.done.push_back(what);
+  }
+  bool Has(const std::string& what) const {
+    return std::find(outcome_.done.begin(), outcome_.done.end(), what) != outcome_.done.end();
+  }
+
+  void Use() {
+    Play();
+    ChangeTheMix();
+    KeepTheList();
+    GoToTheNextSong();
+    Convert(AudioFormat::kWav, "converts to WAV");
+    Convert(AudioFormat::kMp3, "converts to MP3");
+  }
+
+  double Seconds() {
+    const bass::Api& api = parts_->program.api;
+    const bass::HSTREAM stream = parts_->program.state.audio.stream;
+    const bass::QWORD bytes = api.BASS_ChannelGetPosition(stream, bass::BASS_POS_BYTE);
+    return bytes == bass::kError64 ? 0 : api.BASS_ChannelBytes2Seconds(stream, bytes);
+  }
+
+  void Play() {
+    if (WaitFor([&] { return parts_->program.state.playing && Seconds() > 0.05; })) Done("plays");
+  }
+
+  void ChangeTheMix() {
+    Program& program = parts_->program;
+    guard_.Run([&] {
+      program.strips.PicSM_MouseDown(20, 1);
+      program.strips.PicSM_Click(20, program.state.audio.stream);
+    });
+    guard_.Run([&] { program.knobs.Step(kGainKnob, -2, false); });
+    guard_.Run([&] { program.knobs.Step(kSpeedKnob, 1, false); });
+    guard_.Run([&] { program.controllers.ChooseInstrument(3, {0, 1}); });
+    guard_.Run([&] { parts_->transport.Action_PunchIn(); });
+    guard_.Run([&] { parts_->transport.Action_Repeat(); });
+    guard_.Run([&] { SwitchAutoMute(program.ini, program.state.mix, false); });
+  }
+
+  void KeepTheList() {
+    PlayListModel& list = parts_->program.state.playlist;
+    guard_.Run([&] {
+      list.AjouteFichierPlayList(place_.song(2));
+      if (SauvePlayList(place_.list(), list, boxes_)) Done("keeps the list");
+    });
+    guard_.Run([&] {
+      PlayListModel again;
+      if (LoadPlayList(place_.list(), again, boxes_) && again.paths() == list.paths()) {
+        Done("finds the list again");
+      }
+    });
+  }
+
+  /// At its end a song gives way to the next one by itself.
+  void GoToTheNextSong() {
+    const PlayListModel& list = parts_->program.state.playlist;
+    if (list.count() < 2) return;
+    // The song is not to be repeated any more.
+    parts_->program.state.repeat_mode = kPlayListOnce;
+    guard_.Run([&] { parts_->transport.SliderReleased(970, 1000); });
+    if (WaitFor([&] { return list.current() == 2 && Seconds() > 0; })) Done("goes on");
+  }
+
+  void Convert(AudioFormat format, const char* what) {
+    windows_.fill_in = [&, format](ConversionForm& form) {
+      form.boxes.format = format;
+      form.boxes.folder = place_.output();
+      form.boxes.scheme = format == AudioFormat::kWav ? "wav" : "mp3";
+      form.boxes.comment = "-";
+      form.Confirm(false, boxes_);
+    };
+    guard_.Run([&] { parts_->series.Action_Record(); });
+    if (WaitFor([&] { return !parts_->series.is_under_way(); })) Done(what);
+  }
+
+  /// Lets the window thread go on until `is_true`, or until a message tells why it never will be.
+  bool WaitFor(const std::function<bool()>& is_true) {
+    const std::size_t told = outcome_.boxes.size();
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    bool came = false;
+    while (!came && std::chrono::steady_clock::now() < end) {
+      guard_.Run([&] { thread_.RunUntil(is_true, std::chrono::milliseconds(20)); });
+      guard_.Run([&] {
+        parts_->program.end_of_song.Tell();
+        parts_->timer.Tick();
+      });
+      guard_.Run([&] { came = is_true(); });
+      if (outcome_.boxes.size() > told && !came) return false;
+    }
+    return came;
+  }
+
+  const Place& place_;
+  Outcome& outcome_;
+  Boxes boxes_;
+  ActionGuard guard_;
+  FakeFileDialogs files_;
+  FakeWindowThread thread_;
+  NoWindows windows_;
+  std::unique_ptr<AudioLibrary> library_;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace
+
+Place Furnish(const std::string& root) {
+  const Place place{root};
+  fs::create_directories(place.program());
+  fs::create_directories(root + "/songs");
+  fs::create_directories(root + "/output");
+  const std::string languages = std::string(VEXOLO_SOURCES) + "/src/resources/languages/";
+  fs::copy_file(languages + "fr.lng", place.program() + "/fr.lng");
+  fs::copy_file(languages + "fr.lng", place.program() + "/vexolo.dll");
+  Write(place.program() + "/Orvanel.SF2", ToneBank());
+  // An encoder that keeps what it gets.
+  const std::string encoder = place.program() + "/lame";
+  Write(encoder, "#!/bin/sh\nfor last; do :; done\nexec cat >\"$last\"\n");
+  fs::permissions(encoder, fs::perms(0755));
+  Write(place.settings(),
+        "[Vexolo]\r\nLng=fr\r\nAutoMute=1\r\n[Keep]\r\nMe=as I am\r\n[Wave]\r\n"
+        "SaveFolder=/nowhere/\r\n[Tags]\r\nAlbum=Kept\r\n[Repeat]\r\nMode=0\r\n");
+  for (const int number : {1, 2}) {
+    Write(place.song(number), Song(number));
+    Write(place.song_settings(number),
+          "[Gain]\r\nSlider=3\r\n[Volume]\r\nCh3=150\r\nCh5=40\r\n[Mute]\r\nCh7=1\r\n"
+          "[CC]\r\nCC3=90\r\n[Marqueurs]\r\nMarche=0\r\nDebut=0.000\r\nFin=0.000\r\n");
+  }
+  Write(place.list(), place.song(1) + "\r\n");
+  return place;
+}
+
+Outcome RunProgram(const Place& place) {
+  Outcome outcome;
+  auto run = [&] {
+    const Quiet quiet;
+    return std::make_unique<Run>(place, outcome);
+  }();
+  run->FromStartToEnd();
+  const Quiet quiet;
+  run.reset();
+  return outcome;
+}
+
+}  // namespace vexolo::faults
