@@ -265,6 +265,12 @@ TEST_F(TagsTest, BrowsingReplacesTheFolderAndAnEmptyAnswerLeavesIt) {
   EXPECT_TRUE(dialog_->isVisible());
 }
 
+TEST_F(TagsTest, AnEmptyFolderTellsWhereTheFileGoes) {
+  Open();
+  Type("RecFolder", "");
+  EXPECT_EQ(Box("RecFolder")->placeholderText(), "à côté de la chanson");
+}
+
 TEST_F(TagsTest, AFolderThatCannotBeStoredIsRefusedAndTheDialogStays) {
   const std::string deep = "/" + std::string(200, 'a');
   files_.answers = {{deep}};

@@ -1,7 +1,6 @@
 // layer: core
 #include "convert/conversion_form.h"
 
-#include <filesystem>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -263,13 +262,14 @@ TEST_F(ConversionFormTest, PreviewFollowsEveryBoxThatHasASay) {
   EXPECT_EQ(form.Preview(), "/music/Ma chanson.ogg");
 }
 
-TEST_F(ConversionFormTest, PreviewShowsAFullPathWhereThePlaceIsARelativeOne) {
+TEST_F(ConversionFormTest, WithoutAFolderTheFileGoesBesideTheSongAndARelativePlaceIsCountedFromIt) {
   ConversionForm form = Open();
   form.boxes.scheme = "%T";
-  const std::string here = std::filesystem::current_path().string();
-  EXPECT_EQ(form.Preview(), here + "/L'été.wav");
+  EXPECT_EQ(form.Preview(), "/songs/L'été.wav");
   form.boxes.folder = "sub";
-  EXPECT_EQ(form.Preview(), here + "/sub/L'été.wav");
+  EXPECT_EQ(form.Preview(), "/songs/sub/L'été.wav");
+  form.boxes.folder = "..";
+  EXPECT_EQ(form.Preview(), "/L'été.wav");
   form.boxes.folder = "";
   form.boxes.scheme = "/root/%T";
   EXPECT_EQ(form.Preview(), "/root/L'été.wav");

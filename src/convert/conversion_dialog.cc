@@ -264,6 +264,7 @@ void Tags::LoadLanguage() {
   compressed_->setText(text("Compresse"));
   kbps_label_->setText(text("Kbps"));
   folder_label_->setText(text("SaveFolder"));
+  RecFolder->setPlaceholderText(text("BesideSong"));
   browse_->setText(text("Browse"));
   NotaBene->setText(text("NotaBene"));
   FrameTags->setTitle(text("FrameTags"));

@@ -136,7 +136,8 @@ ConversionSettings WithFullFolder(ConversionSettings settings, const std::string
   const std::string path = BaseOf(settings, song_path, style).Path();
   if (IsAbsolute(path, style) || path.starts_with(SeparatorOf(style))) return settings;
   std::error_code error;
-  const std::string folder = settings.folder.empty() ? "." : settings.folder;
+  const std::string beside = FolderOf(song_path, style);
+  const std::string folder = Join(beside.empty() ? "." : beside, settings.folder, style);
   const auto full = std::filesystem::absolute(ToNativePath(folder), error);
   if (!error) {
     settings.folder = ValidatedFolder(FromNativePath(full.lexically_normal()), style);

@@ -90,9 +90,9 @@ class ConversionForm {
   bool convert_all_ = false;
 };
 
-/// The settings with a folder that leads to the same files from everywhere: a place that is given
-/// relative to the current folder is made a full one. (An encoder would take a name that begins
-/// with "-" for an option; a full path never does.)
+/// The settings with a folder that leads to the same files from everywhere: no folder is the
+/// song's own, and a relative place is counted from there. (An encoder would take a name that
+/// begins with "-" for an option; a full path never does.)
 ConversionSettings WithFullFolder(ConversionSettings settings, const std::string& song_path,
                                   PathStyle style = kNativePathStyle);
 
