@@ -1,6 +1,7 @@
 // layer: gui
 #include "convert/conversion_dialog.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -265,10 +266,29 @@ TEST_F(TagsTest, BrowsingReplacesTheFolderAndAnEmptyAnswerLeavesIt) {
   EXPECT_TRUE(dialog_->isVisible());
 }
 
+TEST_F(TagsTest, EnterOnTheButtonBrowsesAndConvertsNothing) {
+  files_.answers = {{"/chants/noel"}};
+  Open();
+  Find<QPushButton>("Browse")->setFocus();
+  QTest::keyClick(Find<QPushButton>("Browse"), Qt::Key_Return);
+  EXPECT_EQ(Box("RecFolder")->text(), "/chants/noel/");
+  EXPECT_FALSE(form_->confirmed());
+  EXPECT_TRUE(dialog_->isVisible());
+}
+
 TEST_F(TagsTest, AnEmptyFolderTellsWhereTheFileGoes) {
   Open();
   Type("RecFolder", "");
   EXPECT_EQ(Box("RecFolder")->placeholderText(), "à côté de la chanson");
+}
+
+TEST_F(TagsTest, ALongListShowsSixteenEntriesAtATime) {
+  Open();
+  auto* genres = Find<QComboBox>("ComboGenre");
+  genres->showPopup();
+  const int row = genres->view()->sizeHintForRow(0);
+  EXPECT_NEAR(genres->view()->window()->height(), 16 * row, row);
+  genres->hidePopup();
 }
 
 TEST_F(TagsTest, AFolderThatCannotBeStoredIsRefusedAndTheDialogStays) {

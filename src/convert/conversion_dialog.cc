@@ -129,7 +129,6 @@ QLayout* Tags::MakeFormatRow() {
 
 QLayout* Tags::MakeFolderRow() {
   browse_ = MakeButton("Browse");
-  browse_->setAutoDefault(false);
   auto* row = new QHBoxLayout;
   row->addWidget(RecFolder);
   row->addWidget(browse_);

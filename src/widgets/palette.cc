@@ -23,8 +23,9 @@ constexpr QColor kBlack(0x0e, 0x0f, 0x11);
 
 constexpr QSize kButtonRoom(12, 4);  // pixels, both sides of a caption together
 
-/// The toolkit's plain style with room around captions, and with outlines of check boxes and radio
-/// buttons that can be seen on a dark ground.
+/// The toolkit's plain style with room around captions, with outlines of check boxes and radio
+/// buttons that can be seen on a dark ground, and with lists that open under their box, no longer
+/// than they are asked to be.
 class DialogStyle : public QProxyStyle {
  public:
   DialogStyle() : QProxyStyle(QStyleFactory::create("Fusion")) {}
@@ -33,6 +34,12 @@ class DialogStyle : public QProxyStyle {
                          const QWidget* widget) const override {
     const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
     return type == CT_PushButton ? size + kButtonRoom : size;
+  }
+
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* returned) const override {
+    if (hint == SH_ComboBox_Popup) return 0;
+    return QProxyStyle::styleHint(hint, option, widget, returned);
   }
 
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
