@@ -43,6 +43,7 @@ class Window : public ConversionView, public TransportView {
   void ShowRun() override { ++runs_shown; }
   void EndRun() override { ++runs_ended; }
   void EnableTimerEncodage(bool enabled) override { timer = enabled; }
+  void TellConverted() override { ++converted_told; }
   void ShowSummary(const std::string& text, const std::string& folder) override {
     summaries.push_back(text);
     summary_folder = folder;
@@ -68,6 +69,7 @@ class Window : public ConversionView, public TransportView {
   bool timer = false;
   int runs_shown = 0;
   int runs_ended = 0;
+  int converted_told = 0;
   int markers_drawn = 0;
   int mixes_drawn = 0;
 };
@@ -186,6 +188,7 @@ TEST_F(ConversionSeriesTest, ASongIsConvertedWithTheTagsThatItBringsAndTheyAreFo
   EXPECT_TRUE(view_.summaries.empty());
   EXPECT_TRUE(boxes_.shown.empty());
   EXPECT_EQ(1, view_.runs_ended);
+  EXPECT_EQ(1, view_.converted_told);
   EXPECT_FALSE(state_.converting);
   EXPECT_EQ(0u, state_.audio.stream);
   EXPECT_EQ(1, state_.playlist.playing());
@@ -391,6 +394,7 @@ TEST_F(ConversionSeriesTest, CancelRemovesTheFileAndSaysNothing) {
   EXPECT_FALSE(HasFile("À la claire fontaine.wav"));
   EXPECT_TRUE(boxes_.shown.empty());
   EXPECT_TRUE(view_.summaries.empty());
+  EXPECT_EQ(0, view_.converted_told);
   EXPECT_EQ("", Tag("Titre"));
   EXPECT_EQ(1, view_.runs_ended);
 }
@@ -472,6 +476,7 @@ TEST_F(ConversionSeriesTest, TousConvertsEverySongWithItsOwnTags) {
   EXPECT_EQ(3, state_.playlist.playing());
   EXPECT_EQ("", Tag("Titre"));
   EXPECT_EQ(1, view_.runs_ended) << "the progress stays between the songs";
+  EXPECT_EQ(0, view_.converted_told) << "the summary says it";
   EXPECT_TRUE(boxes_.shown.empty());
 }
 
@@ -489,6 +494,22 @@ TEST_F(ConversionSeriesTest, TousBeginsWithTheCurrentSongAndCounts) {
   }));
   EXPECT_THAT(numbers, ElementsAre(std::pair(1, 2), std::pair(2, 2)));
   EXPECT_EQ(2u, view_.titles.size());
+}
+
+TEST_F(ConversionSeriesTest, TheCountFollowsAListThatChangesUnderTheRun) {
+  ConfirmAll();
+  series_.Action_Record();
+  ASSERT_TRUE(WaitFor([this] {
+    if (view_.timer) series_.TimerEncodage_Timer();
+    return series_.Progress().number == 2 && series_.Progress().job.is_rendering;
+  }));
+  EXPECT_EQ(3, series_.Progress().count);
+  state_.playlist.PlayListDelete({1});
+  EXPECT_EQ(3, series_.Progress().count);
+  state_.playlist.PlayListDelete({2});
+  EXPECT_EQ(2, series_.Progress().count);
+  Wait();
+  EXPECT_EQ("Done: 2\n", view_.summaries.at(0));
 }
 
 TEST_F(ConversionSeriesTest, WhatTheUserTypedHoldsForTheWholeList) {

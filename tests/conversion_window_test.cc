@@ -51,6 +51,9 @@ class ConversionWindowTest : public ::testing::Test {
   bool WaitForEnd() {
     return QTest::qWaitFor([this] { return !bench_.program->state.converting; }, 60000);
   }
+  bool LedShows(const std::string& text) {
+    return bench_.window->panel().title().shown().starts_with(text);
+  }
   bool HasFile(const std::string& name) { return FileExists(bench_.folder / ("out/" + name)); }
 
   ConversionBench bench_{VEXOLO_TEST_BANK, VEXOLO_PROGRAM_FOLDER "/oggenc"};
@@ -67,6 +70,8 @@ TEST_F(ConversionWindowTest, RecordOpensTheDialogAndItsButtonConverts) {
   EXPECT_TRUE(HasFile("À la claire fontaine.wav"));
   EXPECT_TRUE(HasFile("À la claire fontaine.kok"));
   EXPECT_EQ(RunDialogShown(), nullptr);
+  EXPECT_TRUE(QTest::qWaitFor([this] { return LedShows("Chanson convertie"); }, 2000));
+  EXPECT_TRUE(QTest::qWaitFor([this] { return LedShows("1/2"); }, 10000));
 }
 
 TEST_F(ConversionWindowTest, EscapeInTheDialogConvertsNothing) {
@@ -124,6 +129,21 @@ TEST_F(ConversionWindowTest, TousConvertsTheListAndSumsUp) {
               HasSubstr("2"));
   EXPECT_FALSE(bench_.program->state.converting);
   EXPECT_TRUE(bench_.boxes.shown.empty());
+}
+
+TEST_F(ConversionWindowTest, ASummaryMakesRoomForTheNextRun) {
+  bench_.program->state.playlist.PlayListSelect(2);
+  bench_.RecordAnd([](QDialog& dialog) { ConversionBench::Click(dialog, "Tous"); });
+  const auto is_summed_up = [this] {
+    const auto* summary = bench_.window->findChild<QDialog*>("SummaryDialog");
+    return summary != nullptr && summary->isVisible();
+  };
+  ASSERT_TRUE(QTest::qWaitFor(is_summed_up, 60000));
+  UseWholeSong(2);
+  bench_.boxes.answers = {true};
+  bench_.RecordAnd([](QDialog& dialog) { ConversionBench::Click(dialog, "Validation"); });
+  ASSERT_TRUE(WaitForRun());
+  EXPECT_FALSE(is_summed_up());
 }
 
 TEST_F(ConversionWindowTest, ClosingTheProgramEndsTheRun) {

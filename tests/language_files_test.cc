@@ -75,8 +75,8 @@ bool IsForDialogFilters(const std::string& key) {
 
 /// Shown in the LED font, which has the characters 32 to 127.
 bool IsForTheLedDisplay(const Entry& entry) {
-  static const std::set<std::string> keys = {"Titre(0)", "Titre(1)", "Titre(n)",   "Titre(z)",
-                                             "Encodage", "NoSound",  "BankLoading"};
+  static const std::set<std::string> keys = {"Titre(0)", "Titre(1)",  "Titre(n)", "Titre(z)",
+                                             "Encodage", "Converted", "NoSound",  "BankLoading"};
   return entry.section == "Main" && keys.contains(entry.key);
 }
 
@@ -153,7 +153,7 @@ TEST_P(LanguageFiles, KeepToTheLedFontWhereItShowsThem) {
       EXPECT_TRUE(character >= ' ' && character <= '~') << entry.name() << ": " << entry.text;
     }
   }
-  EXPECT_EQ(checked, 7);
+  EXPECT_EQ(checked, 8);
 }
 
 TEST_P(LanguageFiles, UseTypographicApostrophesAndEllipses) {

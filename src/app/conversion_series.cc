@@ -202,6 +202,7 @@ void ConversionSeries::Ended(const RunOutcome& outcome) {
     return;
   }
   Finish();
+  if (outcome.result.status == RunStatus::kDone) parts_.view.TellConverted();
   Report(outcome);
 }
 
@@ -284,7 +285,8 @@ SeriesProgress ConversionSeries::Progress() const {
   SeriesProgress progress;
   progress.song = name_;
   progress.number = number_;
-  if (is_series_) progress.count = number_ + std::max(parts_.state.playlist.count() - place_, 0);
+  const PlayListModel& list = parts_.state.playlist;  // the user may change it meanwhile
+  if (is_series_) progress.count = number_ + std::max(list.count() - list.current(), 0);
   progress.cancelling = cancelled_;
   progress.job = job_.Progress();
   return progress;

@@ -39,6 +39,9 @@ class ConversionView {
 
   virtual void EnableTimerEncodage(bool enabled) = 0;
 
+  /// A song alone has been converted, and nothing else says so. After EndRun.
+  virtual void TellConverted() = 0;
+
   /// The report at the end of a whole list; `folder`: of the files, may be empty. It is shown
   /// beside the other windows: nothing waits for it.
   virtual void ShowSummary(const std::string& text, const std::string& folder) = 0;

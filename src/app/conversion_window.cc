@@ -58,6 +58,7 @@ void ConversionWindows::ShowTags(ConversionForm& form, bool confirms_itself) {
 }
 
 void ConversionWindows::ShowRun() {
+  if (summary_) summary_->hide();  // of the run before
   main_.EnableForConversion();
   run_dialog_.Begin();
 }
@@ -68,6 +69,8 @@ void ConversionWindows::EndRun() {
 }
 
 void ConversionWindows::EnableTimerEncodage(bool enabled) { main_.EnableTimerEncodage(enabled); }
+
+void ConversionWindows::TellConverted() { main_.display().TellConverted(); }
 
 void ConversionWindows::ShowSummary(const std::string& text, const std::string& folder) {
   const Program& program = main_.program();

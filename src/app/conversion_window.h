@@ -31,6 +31,7 @@ class ConversionWindows : private ConversionView {
   void ShowRun() override;
   void EndRun() override;
   void EnableTimerEncodage(bool enabled) override;
+  void TellConverted() override;
   void ShowSummary(const std::string& text, const std::string& folder) override;
 
   frmMidiTest& main_;

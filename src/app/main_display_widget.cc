@@ -88,6 +88,7 @@ void MainDisplay::ReadTexts(const LanguageSection& section) {
   texts_.caption_with_song = section.Text("Main.Caption");
   texts_.title_name = section.Text("Title");
   texts_.converting = section.Text("Encodage");
+  texts_.converted = section.Text("Converted");
   texts_.no_sound = section.Text("NoSound");
   texts_.no_sound_tip = section.Message("NoSoundTip");
   texts_.bank_loading = section.Text("BankLoading");
@@ -196,6 +197,8 @@ void MainDisplay::EnableControls() {
   for (int knob = 0; knob < kKnobs; ++knob) panel_.potard(knob).setEnabled(free);
   panel_.slider().setEnabled(free);
 }
+
+void MainDisplay::TellConverted() { scroller_.Notice(LedText(texts_.converted)); }
 
 void MainDisplay::DrawPlay(bool pressed) {
   panel_.DrawSM(kPlayButton, pressed ? kButtonDown : kButtonUp);

@@ -51,6 +51,8 @@ class MainDisplay : public TransportView, public MainTimerView {
   void SetMissing(int button);
   /// While a song is converted, what would disturb that cannot be used.
   void EnableControls();
+  /// Says for a moment, in the title's place, that a song has been converted.
+  void TellConverted();
 
   // For the transport.
   void ShowTitle(const std::string& song_path) override;
@@ -89,6 +91,7 @@ class MainDisplay : public TransportView, public MainTimerView {
     std::string caption_with_song;
     std::string title_name;
     std::string converting;
+    std::string converted;
     std::string no_sound;
     std::string no_sound_tip;
     std::string bank_loading;
