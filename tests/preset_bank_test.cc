@@ -130,6 +130,35 @@ TEST(PresetBank, CanBeReadInAnyPieces) {
   EXPECT_FALSE(preset->Read(preset->size() + 1, {}));
 }
 
+TEST(PresetBank, APresetThatPlaysNothingIsNone) {
+  SmallBank bank;
+  bank.igen = Pair(54, 1) + Pair(21, 0) + Pair(0, 0);  // an instrument without a sample
+  Bank whole(BytesOf(bank.Bytes()));
+  EXPECT_EQ(whole.header.presets, 1u);
+  EXPECT_EQ(whole.Preset(3, 5), nullptr);
+}
+
+TEST(PresetBank, OverlappingSamplesDoNotGrowBeyondWhatAFileCanHold) {
+  constexpr std::uint32_t kSamples = 40000;
+  constexpr std::uint32_t kFrames = 32768;  // all of them the same
+  SmallBank bank;
+  bank.samples = std::string(2 * (kFrames + 46), '\0');
+  bank.inst = InstrumentRecord("Many", 0) + InstrumentRecord("EOI", kSamples);
+  bank.ibag.clear();
+  bank.igen.clear();
+  bank.shdr.clear();
+  for (std::uint32_t i = 0; i < kSamples; ++i) {
+    bank.ibag += Pair(i, 0);
+    bank.igen += Pair(53, i);
+    bank.shdr += SampleRecord(0, kFrames);
+  }
+  bank.ibag += Pair(kSamples, 0);
+  bank.shdr += SampleRecord(0, 0, 0);
+  Bank whole(BytesOf(bank.Bytes()));
+  EXPECT_EQ(whole.header.presets, 1u);
+  EXPECT_EQ(whole.Preset(3, 5), nullptr);
+}
+
 TEST(PresetBank, EveryPresetOfABankIsFoundAndNoOther) {
   Bank whole(BytesOf(testing::ToneBank()));
   for (const testing::Tone& tone : testing::kTones) {

@@ -32,6 +32,10 @@ constexpr std::uint16_t kRomSample = 0x8000;
 /// Silence that has to follow each sample.
 constexpr std::uint32_t kGuardFrames = 46;
 
+/// With their low bytes these fit into a file whose sizes have 32 bits, and the tables too. Samples
+/// that overlap may ask for more than the whole bank has.
+constexpr std::uint64_t kMostFrames = 1u << 30;
+
 using Bytes = std::vector<std::uint8_t>;
 
 void AppendWord(Bytes& to, std::size_t value) {
@@ -105,7 +109,8 @@ class PresetCopy {
 
   /// The samples in their new order, each to be followed by the guard.
   const std::vector<SampleRange>& samples() const { return samples_; }
-  std::uint32_t frames() const { return frames_; }
+  /// Of all of them; not to be used beyond kMostFrames.
+  std::uint64_t frames() const { return frames_; }
 
   /// The list "pdta" of the small tables.
   Bytes Pack() const {
@@ -197,20 +202,20 @@ class PresetCopy {
     if ((Word(record + kTypeAt) & kRomSample) != 0) return;  // not in the file
     const std::uint32_t start = DoubleWord(record + kStartAt);
     const SampleRange range = {start, DoubleWord(record + kEndAt) - start};
-    for (const std::size_t place : {kLoopAt, kLoopEndAt}) {
-      SetDoubleWord(record + place,
-                    MovedLoop(DoubleWord(record + place), range, frames_, all_frames));
+    const auto place = static_cast<std::uint32_t>(frames_);
+    for (const std::size_t loop : {kLoopAt, kLoopEndAt}) {
+      SetDoubleWord(record + loop, MovedLoop(DoubleWord(record + loop), range, place, all_frames));
     }
-    SetDoubleWord(record + kStartAt, frames_);
-    SetDoubleWord(record + kEndAt, frames_ + range.frames);
+    SetDoubleWord(record + kStartAt, place);
+    SetDoubleWord(record + kEndAt, place + range.frames);
     samples_.push_back(range);
-    frames_ += range.frames + kGuardFrames;
+    frames_ += std::uint64_t{range.frames} + kGuardFrames;
   }
 
   TableBytes whole_;
   TableBytes small_;
   std::vector<SampleRange> samples_;
-  std::uint32_t frames_ = 0;
+  std::uint64_t frames_ = 0;
 };
 
 /// Puts the pieces of the bank together.
@@ -290,15 +295,17 @@ std::unique_ptr<PresetBank> PresetBank::Make(ByteSource& bank, const SoundFontHe
   const std::optional<std::size_t> preset = copy.Find(bank_number, program);
   if (!preset) return nullptr;
   copy.Copy(*preset, header.samples.size / 2);
+  if (copy.samples().empty() || copy.frames() > kMostFrames) return nullptr;
+  const auto frames = static_cast<std::uint32_t>(copy.frames());
   const std::uint64_t low_bytes = FindLowBytes(bank, header);
   Assembly assembly;
   assembly.AppendFromWhole(kRiffHead, header.samples.offset - kChunkHead - kListHead - kRiffHead);
-  assembly.Append(SampleListHead(copy.frames(), low_bytes != 0));
+  assembly.Append(SampleListHead(frames, low_bytes != 0));
   assembly.AppendSamples(copy, header.samples.offset, 2);
   if (low_bytes != 0) {
     Bytes head;
     AppendText(head, "sm24");
-    AppendDoubleWord(head, Even(copy.frames()));
+    AppendDoubleWord(head, Even(frames));
     assembly.Append(std::move(head));
     assembly.AppendSamples(copy, low_bytes, 1);
   }

@@ -15,9 +15,10 @@ namespace vexolo::engine {
 /// a stereo pair, which no voice follows, are left out.)
 class PresetBank final : public ByteSource {
  public:
-  /// Null where the bank cannot be read or has no such preset. `bank` holds what `header` says of
-  /// it, and outlives the result. Of several presets at one place the last counts, as it does for
-  /// the synthesiser.
+  /// Null where the bank cannot be read or has no such preset, where the preset plays nothing, and
+  /// where its samples, which may overlap in the whole bank, would take more than 2 GB. `bank`
+  /// holds what `header` says of it, and outlives the result. Of several presets at one place the
+  /// last counts, as it does for the synthesiser.
   static std::unique_ptr<PresetBank> Make(ByteSource& bank, const SoundFontHeader& header,
                                           int bank_number, int program);
 
