@@ -75,6 +75,13 @@ bool ParseComment(const std::string& text, Options& options, std::string& error)
   return true;
 }
 
+/// On one line: control characters of what was typed become "?".
+std::string OnOneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+  return text;
+}
+
 /// Reads the option at the front of `arguments` and takes it off.
 bool ParseOption(std::span<const std::string>& arguments, Options& options, std::string& error) {
   const std::string argument = arguments.front();
@@ -139,7 +146,9 @@ bool ParseOptions(std::span<const std::string> arguments, Options& options, std:
   }
   std::span<const std::string> rest = arguments.first(arguments.size() - 2);
   while (!rest.empty()) {
-    if (!ParseOption(rest, options, error)) return false;
+    if (ParseOption(rest, options, error)) continue;
+    error = OnOneLine(error);
+    return false;
   }
   return true;
 }

@@ -485,6 +485,18 @@ TEST_F(ConvertCommandTest, LineLengthFollowsCommandLineThenSettings) {
   EXPECT_EQ(folder_.Read("out/wav.kok"), "un deux;0,0000;trois;0,2500;");
 }
 
+TEST_F(ConvertCommandTest, ALineLengthThatTheDialogWouldRefuseIsNoLimit) {
+  const std::string words = "un " + std::string(110, 'x');
+  SongBuilder song;
+  song.Note(0, 480, kBass, 40).Text(0, words, 1);
+  folder_.Write("songs/tune.kar", song.Song());
+  for (const char* length : {"105", "-7", "1e9"}) {
+    WriteSettings(std::string("[Lyrics]\r\nMaxLength=") + length + "\r\n");
+    Wav({});
+    EXPECT_EQ(folder_.Read("out/wav.kok"), words + ";0,0000;") << length;
+  }
+}
+
 TEST_F(ConvertCommandTest, SongWithoutWordsGivesAnEmptyLyricsFile) {
   folder_.Write("songs/tune.kar", SongBuilder().Note(0, 480, kBass, 40).Song());
   Wav({});

@@ -179,7 +179,7 @@ TEST(ConvertOptionsTest, TempoIsAPercentageAsInTheSongsSettings) {
 
 TEST(ConvertOptionsTest, NumbersAreHeldToTheirRange) {
   const std::pair<const char*, std::vector<const char*>> kWrong[] = {
-      {"--transpose", {"13", "-13", "1.5", "up", ""}},
+      {"--transpose", {"13", "-13", "1.5", "up", "", "+-5", "++5"}},
       {"--gain", {"21", "-21", "loud"}},
       {"--max-length", {"100", "-1"}},
       {"--jobs", {"0", "65", "many"}}};
@@ -200,6 +200,8 @@ TEST(ConvertOptionsTest, WrongUsageIsToldInOneLine) {
   EXPECT_EQ(Error({"-f", "flac"}), "-f \"flac\" must be wav, mp3 or ogg");
   EXPECT_THAT(Error({"-r", "100"}), HasSubstr("bitrates"));
   EXPECT_EQ(Error({""}), "an empty name is no song");
+  EXPECT_EQ(Error({"--lo\nud\x1B"}), "there is no option --lo?ud?");
+  EXPECT_EQ(Error({"-f", "wav\r\n"}), "-f \"wav??\" must be wav, mp3 or ogg");
   std::string error;
   EXPECT_FALSE(ParseConvertOptions({}, &error));
   EXPECT_EQ(error, "no song is given");

@@ -88,6 +88,12 @@ TEST(OggencOptions, RefusesWhatItDoesNotKnow) {
   EXPECT_THAT(ErrorOf({"-", "x.ogg", "-"}), HasSubstr("unexpected argument \"-\""));
 }
 
+TEST(OggencOptions, WhatIsWrongIsToldOnOneLineWhateverWasTyped) {
+  EXPECT_EQ(ErrorOf({"a\nb\x1B[2J", "x.ogg", "-"}), "unexpected argument \"a?b?[2J\"");
+  EXPECT_THAT(ErrorOf({"-b1\n", "x.ogg", "-"}), HasSubstr("not \"1?\""));
+  EXPECT_THAT(ErrorOf({"-c\r", "x.ogg", "-"}), HasSubstr("not \"?\""));
+}
+
 TEST(OggencOptions, AnEmptyValueAddsNoComment) {
   EXPECT_THAT(Parsed({"-a", "-t", "x.ogg", "-"}).comments, IsEmpty());
 }

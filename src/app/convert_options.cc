@@ -73,7 +73,7 @@ using Options = ConvertOptions;
 using Reader = std::string (*)(Options& options, std::string_view value);
 
 std::optional<int> WholeNumber(std::string_view text) {
-  if (text.starts_with('+')) text.remove_prefix(1);
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
   int number = 0;
   const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (code != std::errc() || end != text.data() + text.size()) return std::nullopt;
@@ -87,6 +87,13 @@ bool IsDecimal(std::string_view text) {
       std::count_if(text.begin(), text.end(), [](char c) { return c == '.' || c == ','; });
   return separators <= 1 && text.find_first_of("0123456789") != std::string_view::npos &&
          text.find_first_not_of("0123456789.,") == std::string_view::npos;
+}
+
+/// On one line: control characters of what was typed become "?".
+std::string OnOneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+  return text;
 }
 
 std::string Range(int lowest, int highest) {
@@ -319,7 +326,7 @@ std::optional<ConvertOptions> ParseConvertOptions(const std::vector<std::string>
   if (is_right && (task == Options::Task::kHelp || task == Options::Task::kVersion)) {
     return parser.options();
   }
-  *error = parser.error();
+  *error = OnOneLine(parser.error());
   if (is_right && parser.options().inputs.empty()) *error = "no song is given";
   if (!error->empty()) return std::nullopt;
   return parser.options();

@@ -106,7 +106,8 @@ std::string OutputClaims::Claim(const std::string& path, const std::string& song
 
 ConvertDefaults LoadConvertDefaults(ModIni& ini) {
   const ConversionSettings settings = LoadConversionSettings(ini);
-  return {settings.rate, settings.make_lyrics_file, settings.max_line_length,
+  return {settings.rate, settings.make_lyrics_file,
+          CleanedLineLength(std::to_string(settings.max_line_length)),
           IsAutoMuteOn(ini.ReadIni("Vexolo", "AutoMute"))};
 }
 
