@@ -3,6 +3,8 @@
 // is meant, VEXOLO_WRITE_PICTURES=1 in the environment writes the pictures anew.
 #include <QDir>
 #include <QImage>
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -23,6 +25,7 @@ namespace {
 
 constexpr int kWidth = 480;
 constexpr int kHeight = 270;
+constexpr int kTallest = 4320;  ///< of a window: it has the finest letters
 
 constexpr int kPixelTolerance = 12;       ///< of 255, for each component
 constexpr double kShareAllowed = 0.0005;  ///< of the pixels may lie outside it: edges
@@ -48,7 +51,7 @@ class LyricFramesTest : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(gl_.is_there()) << "no OpenGL here";
     ASSERT_TRUE(painter_.Prepare());
-    painter_.SetViewport(kWidth, kHeight);
+    MakeLetters(kTallest);
     const bass::Api& api = library_->api();
     ASSERT_TRUE(api.BASS_Init(0, 44100, 0, nullptr, nullptr));
     const std::string path = std::string(VEXOLO_SONGS) + "/a-la-claire-fontaine.mid";
@@ -62,6 +65,13 @@ class LyricFramesTest : public ::testing::Test {
   ~LyricFramesTest() override {
     library_->api().BASS_StreamFree(stream_);
     library_->api().BASS_Free();
+  }
+
+  /// As fine as a window of this height asks for, to be drawn into the picture.
+  void MakeLetters(int height) {
+    painter_.SetViewport(kWidth, height);
+    ASSERT_EQ(Text3D::Progress::kDone, painter_.BuildLetters(std::chrono::minutes(10)));
+    painter_.SetViewport(kWidth, kHeight);
   }
 
   QImage Picture(std::int64_t tick, float flash) {
@@ -120,6 +130,16 @@ TEST_F(LyricFramesTest, AFrameOfAnotherInstantIsNoticed) {
   EXPECT_EQ(0, ShareApart(picture, Picture(21000, 0.5f)));
   EXPECT_GT(ShareApart(picture, Picture(21060, 0.5f)), kShareAllowed);  // a sixteenth of a beat
   EXPECT_GT(ShareApart(picture, Picture(21000, 0.0f)), kShareAllowed);
+}
+
+// An edge is off by 0.06 pixels at most here: as many of the pixels along edges may change sides,
+// and those are less than a twelfth of the picture.
+TEST_F(LyricFramesTest, LettersForASmallWindowLookLikeTheFinestOnes) {
+  const QImage finest = Picture(21000, 0.5f);
+  MakeLetters(kHeight);
+  const double apart = ShareApart(finest, Picture(21000, 0.5f));
+  EXPECT_LT(apart, 0.005);
+  EXPECT_GT(apart, 0) << "these are the finest ones";
 }
 
 TEST_F(LyricFramesTest, FramesTakeNoMemory) {

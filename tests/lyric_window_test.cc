@@ -53,6 +53,7 @@ class LyricWindowTest : public ::testing::Test {
   OGLWin& Show() {
     Make().show();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window_->view()));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return window_->IsReady(); }));
     QTest::qWait(20);
     return *window_;
   }
@@ -167,22 +168,58 @@ TEST_F(LyricWindowTest, WithoutDisplayListsItIsUnloadedAfterTheMessage) {
   EXPECT_EQ("Impossible de créer la police de caractère", boxes_.shown[0].text);
 }
 
-TEST_F(LyricWindowTest, WithoutOutlinesItIsUnloadedAfterTheMessage) {
+TEST_F(LyricWindowTest, WithoutOutlinesItIsUnloadedAfterTheMessageAndItsButtonReleased) {
   outlines_.failing_code = 'e';
+  LoadSong(150);
   OGLWin& window = Make();
   window.show();
-  EXPECT_FALSE(window.isVisible());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !window.isVisible(); }));
+  EXPECT_FALSE(window.view().HasContext());
   ASSERT_EQ(1u, boxes_.shown.size());
   EXPECT_EQ("Impossible de créer la police de caractères", boxes_.shown[0].text);
+  EXPECT_EQ(1, closed_);
+  EXPECT_EQ("0", Kept("Show", "Lyrics"));
+}
+
+TEST_F(LyricWindowTest, UntilItHasLettersTheBackgroundIsSeenAndNoTickWaitsForThem) {
+  outlines_.delay = std::chrono::milliseconds(1);
+  LoadSong(150);
+  OGLWin& window = Make();
+  window.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&window.view()));
+  EXPECT_EQ(0, InkSeen());
+  EXPECT_FALSE(window.IsReady());
+  EXPECT_EQ(0, window.scene().scroll_factor()) << "nothing is placed by the measures of no font";
+  for (int before = outlines_.reads; !window.IsReady(); before = outlines_.reads) {
+    window.TimerTick();
+    EXPECT_LE(outlines_.reads - before, 5);
+  }
+  EXPECT_GT(InkSeen(), 500);
+}
+
+TEST_F(LyricWindowTest, ALargerWindowGetsFinerLettersAndShowsTheOthersUntilThen) {
+  LoadSong(150);
+  OGLWin& window = Show();
+  const int reads = outlines_.reads;
+  window.resize(window.size() + QSize(30, 20));
+  QApplication::sendPostedEvents();
+  EXPECT_TRUE(window.IsReady());
+  window.resize(1000, 900);
+  QTest::qWait(5);
+  window.Rendu_VueOpenGL();
+  EXPECT_FLOAT_EQ(0.0005f, window.scene().scroll_factor());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return window.IsReady(); }));
+  EXPECT_EQ(2 * reads, outlines_.reads);
 }
 
 TEST_F(LyricWindowTest, AfterAFailureItCanBeShownOnceTheReasonIsGone) {
   outlines_.select_fails = true;
   OGLWin& window = Make();
   window.show();
-  EXPECT_FALSE(window.isVisible());
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !window.isVisible(); }));
   outlines_.select_fails = false;
   window.show();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return window.IsReady(); }));
   EXPECT_TRUE(window.isVisible());
   EXPECT_EQ(1u, boxes_.shown.size());
 }

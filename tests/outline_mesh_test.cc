@@ -113,14 +113,16 @@ TEST(OutlineMesh, FinerTolerancesTakeMoreLinesButNoMoreThanNeeded) {
 }
 
 TEST(OutlineMesh, CurvesAndTheirJointsAreSmoothCornersAreNot) {
-  for (const ContourPoint& point : FlattenOutline(Circle(0, 0, 0.25), kTolerance)[0]) {
+  const auto circle = FlattenOutline(Circle(0, 0, 0.25), kTolerance);
+  for (const ContourPoint& point : circle[0]) {
     EXPECT_TRUE(point.is_smooth);
   }
   // A half circle on a straight base: corners where the two meet, and only there.
   GlyphOutline half = Circle(0, 0, 0.25);
   half.resize(3);
   int corners = 0;
-  for (const ContourPoint& point : FlattenOutline(half, kTolerance)[0]) {
+  const auto contours = FlattenOutline(half, kTolerance);
+  for (const ContourPoint& point : contours[0]) {
     if (point.is_smooth) continue;
     ++corners;
     EXPECT_NEAR(0, point.at.y, 1e-9);
@@ -181,6 +183,52 @@ TEST(OutlineMesh, FacesOfAHoleLookIntoIt) {
   }
 }
 
+TEST(OutlineMesh, ALineMayStandForSeveralCurves) {
+  // A circle of 64 short ones.
+  GlyphOutline outline = {Move(0.25, 0)};
+  const auto on_circle = [](double turn, double radius) {
+    const double angle = 2 * std::numbers::pi * turn;
+    return OutlinePoint{radius * std::cos(angle), radius * std::sin(angle)};
+  };
+  for (int i = 0; i < 64; ++i) {
+    const double handle = 0.25 / std::cos(2 * std::numbers::pi / 192);
+    outline.push_back({Kind::kCubic,
+                       {{on_circle((i + 1.0 / 3) / 64, handle),
+                         on_circle((i + 2.0 / 3) / 64, handle), on_circle((i + 1.0) / 64, 0.25)}}});
+  }
+  const auto contours = FlattenOutline(outline, 0.005);
+  ASSERT_EQ(1u, contours.size());
+  EXPECT_LT(contours[0].size(), 22u);
+  for (std::size_t i = 0; i < contours[0].size(); ++i) {
+    const OutlinePoint& a = contours[0][i].at;
+    const OutlinePoint& b = contours[0][(i + 1) % contours[0].size()].at;
+    EXPECT_NEAR(0.25, std::hypot((a.x + b.x) / 2, (a.y + b.y) / 2), 0.005 + 1e-4);
+  }
+}
+
+TEST(OutlineMesh, ContoursSmallerThanTheToleranceStay) {
+  const auto contours = FlattenOutline(Circle(0, 0, 0.003), 0.01);
+  ASSERT_EQ(1u, contours.size());
+  EXPECT_GT(Area(contours[0]), 0);
+}
+
+TEST(OutlineMesh, NormalsAreThoseOfTheCurveHoweverFewLinesStandForIt) {
+  for (const bool clockwise : {false, true}) {
+    GlyphOutline outline = Circle(0, 0, 0.25);
+    if (clockwise) {
+      for (OutlineStep& step : outline) {
+        for (OutlinePoint& point : step.points) point.y = -point.y;
+      }
+    }
+    const auto faces = SideFaces(FlattenOutline(outline, 0.02));
+    EXPECT_LT(faces.size(), 12u);
+    for (const SideFace& face : faces) {
+      EXPECT_NEAR(face.from.x / 0.25, face.from_normal.x, 0.002);
+      EXPECT_NEAR(face.from.y / 0.25, face.from_normal.y, 0.002);
+    }
+  }
+}
+
 TEST(OutlineMesh, NormalsOfACircleAreItsRadiiAndMeetWithoutASeam) {
   const auto faces = SideFaces(FlattenOutline(Circle(0, 0, 0.25), kTolerance));
   for (std::size_t i = 0; i < faces.size(); ++i) {
@@ -192,6 +240,86 @@ TEST(OutlineMesh, NormalsOfACircleAreItsRadiiAndMeetWithoutASeam) {
     EXPECT_EQ(face.to_normal.x, next.from_normal.x);
     EXPECT_EQ(face.to_normal.y, next.from_normal.y);
   }
+}
+
+// ---- Triangles
+
+double Area(const std::vector<OutlinePoint>& points, const Triangle& triangle) {
+  Contour contour;
+  for (const int corner : triangle) contour.push_back({points[static_cast<std::size_t>(corner)]});
+  return Area(contour);
+}
+
+/// Smallest angle of all, in degrees.
+double SmallestAngle(const std::vector<OutlinePoint>& points,
+                     const std::vector<Triangle>& triangles) {
+  double smallest = 180;
+  for (const Triangle& triangle : triangles) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      const OutlinePoint& at = points[static_cast<std::size_t>(triangle[i])];
+      const OutlinePoint& b = points[static_cast<std::size_t>(triangle[(i + 1) % 3])];
+      const OutlinePoint& c = points[static_cast<std::size_t>(triangle[(i + 2) % 3])];
+      const double angle = std::atan2(c.y - at.y, c.x - at.x) - std::atan2(b.y - at.y, b.x - at.x);
+      smallest =
+          std::min(smallest, std::remainder(angle, 2 * std::numbers::pi) * 180 / std::numbers::pi);
+    }
+  }
+  return smallest;
+}
+
+TEST(MakeCompact, OfTwoDiagonalsTheShorterOneIsTaken) {
+  const std::vector<OutlinePoint> flat = {{0, 0}, {1, -0.2}, {2, 0}, {1, 0.2}};
+  std::vector<Triangle> triangles = {{0, 1, 2}, {0, 2, 3}};
+  MakeCompact(flat, triangles);
+  ASSERT_EQ(2u, triangles.size());
+  for (const Triangle& triangle : triangles) {
+    EXPECT_EQ(1, std::count(triangle.begin(), triangle.end(), 1));
+    EXPECT_EQ(1, std::count(triangle.begin(), triangle.end(), 3));
+  }
+  const std::vector<Triangle> best = triangles;
+  MakeCompact(flat, triangles);
+  EXPECT_EQ(best, triangles);
+}
+
+TEST(MakeCompact, AFanAcrossAStrokeBecomesAZigzagOfTheSameArea) {
+  // A stroke of 20 by 1 whose points all hang on its first corner.
+  std::vector<OutlinePoint> points;
+  for (int i = 0; i <= 20; ++i) points.push_back({double(i), 0});
+  for (int i = 20; i >= 0; --i) points.push_back({i + 0.1, 1});
+  std::vector<Triangle> triangles;
+  for (int i = 0; i < 20; ++i) triangles.push_back({i, i + 1, 21});
+  for (int i = 21; i < 41; ++i) triangles.push_back({0, i, i + 1});
+  double before = 0;
+  for (const Triangle& triangle : triangles) before += Area(points, triangle);
+  ASSERT_LT(SmallestAngle(points, triangles), 5);
+  MakeCompact(points, triangles);
+  ASSERT_EQ(40u, triangles.size());
+  double after = 0;
+  for (const Triangle& triangle : triangles) {
+    EXPECT_GT(Area(points, triangle), 0);
+    after += Area(points, triangle);
+  }
+  EXPECT_NEAR(before, after, 1e-9);
+  EXPECT_GT(SmallestAngle(points, triangles), 40);
+}
+
+TEST(MakeCompact, EdgesOfTheOutlineStay) {
+  // An arrow whose notch a turned edge would fill.
+  const std::vector<OutlinePoint> arrow = {{0, 0}, {2, -1}, {1.9, 0}, {2, 1}};
+  std::vector<Triangle> triangles = {{0, 1, 2}, {0, 2, 3}};
+  const std::vector<Triangle> before = triangles;
+  MakeCompact(arrow, triangles);
+  EXPECT_EQ(before, triangles);
+}
+
+TEST(MakeCompact, NothingAndDegenerateTrianglesDoNoHarm) {
+  std::vector<Triangle> none;
+  MakeCompact({}, none);
+  EXPECT_TRUE(none.empty());
+  const std::vector<OutlinePoint> line = {{0, 0}, {1, 0}, {2, 0}, {1, 1}};
+  std::vector<Triangle> triangles = {{0, 1, 2}, {0, 2, 3}};
+  MakeCompact(line, triangles);
+  EXPECT_EQ(2u, triangles.size());
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // layer: gui
 #include <QFontDatabase>
 #include <QRect>
-#include <deque>
+#include <chrono>
+#include <cmath>
+#include <numbers>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +23,8 @@ using ::testing::ElementsAre;
 constexpr Rgb kTeal = {0.25f, 0.75f, 0.75f};
 constexpr int kWidth = 400;
 constexpr int kHeight = 300;
+constexpr std::chrono::milliseconds kLong = std::chrono::minutes(10);
+constexpr std::chrono::milliseconds kShort{0};
 
 /// Where anything but the background is.
 QRect Ink(const QImage& picture, QRgb background) {
@@ -37,8 +41,11 @@ class Text3DTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(gl_.is_there()) << "no OpenGL here"; }
 
-  bool Create(Text3D& text) {
+  bool Begin(Text3D& text) {
     return text.CreateOutlineFont(base_, "Comic Sans MS", 144, 700, false, {0.7f, 0.5f, 0.1f});
+  }
+  bool Create(Text3D& text) {
+    return Begin(text) && text.BuildGlyphs(kLong) == Text3D::Progress::kDone;
   }
   std::vector<std::string> Shown() const {
     std::vector<std::string> texts;
@@ -130,6 +137,7 @@ TEST_F(Text3DTest, WithoutAnOutlineTheUserIsToldAndTheListsAreFreed) {
     EXPECT_THAT(Shown(), ElementsAre("Impossible de créer la police de caractères")) << code;
     for (GLuint list = 1; list <= 256; ++list) EXPECT_FALSE(glIsList(list)) << list;
     EXPECT_FLOAT_EQ(0, text.TextWidth3D("L"));
+    EXPECT_FALSE(text.has_font());
   }
   EXPECT_EQ(3, outlines_.releases);
 }
@@ -140,6 +148,64 @@ TEST_F(Text3DTest, AListThatTheLibraryRefusesIsAFailureToo) {
   Text3D text(outlines_, boxes_, steps);
   EXPECT_FALSE(Create(text));
   EXPECT_THAT(Shown(), ElementsAre("Impossible de créer la police de caractères"));
+}
+
+// ---- The font is made bit by bit.
+
+TEST_F(Text3DTest, EachStepMakesAtLeastOneListAndTheLastOneMakesTheFont) {
+  Text3D text(outlines_, boxes_);
+  ASSERT_TRUE(Begin(text));
+  EXPECT_EQ(0, outlines_.reads);
+  for (int list = 1; list < kGlyphLists; ++list) {
+    ASSERT_EQ(Text3D::Progress::kGoesOn, text.BuildGlyphs(kShort));
+    ASSERT_EQ(list, outlines_.reads);
+    ASSERT_FALSE(text.has_font());
+  }
+  EXPECT_EQ(0, outlines_.releases);
+  EXPECT_EQ(Text3D::Progress::kDone, text.BuildGlyphs(kShort));
+  EXPECT_TRUE(text.has_font());
+  EXPECT_EQ(Text3D::Progress::kDone, text.BuildGlyphs(kShort));
+  EXPECT_EQ(kGlyphLists, outlines_.reads);
+  EXPECT_EQ(1, outlines_.releases);
+}
+
+TEST_F(Text3DTest, AStepThatHasTimeDoesNotTakeMore) {
+  outlines_.delay = std::chrono::milliseconds(2);
+  Text3D text(outlines_, boxes_);
+  ASSERT_TRUE(Begin(text));
+  EXPECT_EQ(Text3D::Progress::kGoesOn, text.BuildGlyphs(std::chrono::milliseconds(10)));
+  EXPECT_GE(outlines_.reads, 1);
+  EXPECT_LE(outlines_.reads, 5);
+}
+
+TEST_F(Text3DTest, FinerLettersTakeThePlaceOfTheOthersWhichAreDrawnUntilThen) {
+  Text3D text(outlines_, boxes_);
+  ASSERT_TRUE(Create(text));
+  text.set_flatness(text.flatness());
+  EXPECT_TRUE(text.is_complete());
+  text.set_flatness(text.flatness() / 2);
+  EXPECT_FALSE(text.is_complete());
+  EXPECT_EQ(Text3D::Progress::kGoesOn, text.BuildGlyphs(kShort));
+  EXPECT_TRUE(text.has_font());
+  EXPECT_FLOAT_EQ(2.25f, text.TextWidth3D("L x"));
+  EXPECT_EQ(Text3D::Progress::kDone, text.BuildGlyphs(kLong));
+  EXPECT_TRUE(text.is_complete());
+  EXPECT_EQ(2 * kGlyphLists, outlines_.reads);
+  EXPECT_EQ(2, outlines_.releases);
+  EXPECT_FALSE(glIsList(kGlyphLists + 1));
+}
+
+TEST_F(Text3DTest, WhereLettersCannotBeMadeAnewTheFontIsGone) {
+  Text3D text(outlines_, boxes_);
+  ASSERT_TRUE(Create(text));
+  outlines_.failing_code = 100;
+  text.set_flatness(text.flatness() / 2);
+  EXPECT_EQ(Text3D::Progress::kFailed, text.BuildGlyphs(kLong));
+  EXPECT_THAT(Shown(), ElementsAre("Impossible de créer la police de caractères"));
+  EXPECT_FALSE(text.has_font());
+  EXPECT_FALSE(glIsList(1));
+  EXPECT_EQ(Text3D::Progress::kFailed, text.BuildGlyphs(kLong));
+  EXPECT_EQ(1u, boxes_.shown.size());
 }
 
 // ---- Errors while drawing.
@@ -331,7 +397,7 @@ TEST_F(QtOutlinesTest, ItalicsLean) {
   ASSERT_TRUE(fonts_.Select(font));
   ASSERT_TRUE(fonts_.ReadGlyph('l', leaning));
   const auto box = [](const OutlineGlyph& glyph) {
-    return BoxOf(FlattenOutline(glyph.outline, kFlatness));
+    return BoxOf(FlattenOutline(glyph.outline, kUsualFlatness));
   };
   EXPECT_GT(box(leaning).right - box(leaning).left, 1.5 * (box(upright).right - box(upright).left));
 }
@@ -345,9 +411,20 @@ TEST_F(QtOutlinesTest, WithoutASelectedFontThereAreNoGlyphs) {
   EXPECT_FALSE(fonts_.ReadGlyph('A', glyph));
 }
 
-// On a screen of 2160 lines the nearest text, 9.5 from the camera, has 312 pixels to the unit.
-TEST(Flatness, NoCurveLeavesItsPlaceByAQuarterOfAPixelOnALargeScreen) {
-  EXPECT_LT(kFlatness * 312, 0.25);
+TEST(Flatness, NoCurveLeavesItsPlaceByMoreThanAQuarterOfAPixel) {
+  for (const int height : {1, 270, 720, 768, 769, 1080, 1200, 1440, 2160, 4320, 8640}) {
+    // Of the nearest text: half of the height shows 9.5 tan 20 units.
+    const double pixels = height / 2.0 / (9.5 * std::tan(20 * std::numbers::pi / 180));
+    EXPECT_LE(FlatnessFor(height) * pixels, 0.25 + 1e-9) << height;
+    const double least = height >= 768 ? 0.25 / std::numbers::sqrt2 : 0;
+    EXPECT_GE(FlatnessFor(height) * pixels, least - 1e-9) << height << ": finer than needed";
+  }
+}
+
+TEST(Flatness, ASmallChangeOfTheSizeLeavesTheLettersAsTheyAre) {
+  EXPECT_EQ(FlatnessFor(300), FlatnessFor(720));
+  EXPECT_EQ(FlatnessFor(1100), FlatnessFor(1200));
+  EXPECT_GT(FlatnessFor(720), FlatnessFor(1080));
 }
 
 // ---- Frames.
@@ -358,6 +435,7 @@ class PainterTest : public Text3DTest {
     Text3DTest::SetUp();
     ASSERT_TRUE(painter_.Prepare());
     painter_.SetViewport(kWidth, kHeight);
+    ASSERT_EQ(Text3D::Progress::kDone, painter_.BuildLetters(kLong));
     frame_.background = {0.5f, 0, 0};
     frame_.distance = 15;
   }

@@ -21,6 +21,10 @@ constexpr double kFieldOfView = 40;  // degrees, upright
 constexpr double kNearest = 1;
 constexpr double kFarthest = 100;
 
+constexpr double kMostPixelsOff = 0.25;
+constexpr double kNearestText = 9.5;  ///< from the camera, at zoom 0
+constexpr double kLowestStep = 768;   ///< in pixels
+
 void SetUpState() {
   glClearColor(0, 0, 0, 0);
   glShadeModel(GL_SMOOTH);
@@ -48,15 +52,25 @@ void SetUpLight() {
   glEnable(GL_LIGHT1);
 }
 
+/// Of what is seen at a distance.
+double HalfHeight(double distance) {
+  return std::tan(kFieldOfView / 2 * std::numbers::pi / 180) * distance;
+}
+
 /// Whether a text's line crosses the view at all: accents reach up to 1.2 above the base line,
 /// descenders 0.5 below it.
 bool IsInView(const LyricText& text, float distance) {
-  const double half_height =
-      std::tan(kFieldOfView / 2 * std::numbers::pi / 180) * (double{distance} - text.z);
+  const double half_height = HalfHeight(double{distance} - text.z);
   return text.y + 1.2 > -half_height && text.y - 0.5 < half_height;
 }
 
 }  // namespace
+
+double FlatnessFor(int height) {
+  double step = kLowestStep;
+  while (step < height) step *= std::numbers::sqrt2;
+  return kMostPixelsOff * 2 * HalfHeight(kNearestText) / step;
+}
 
 LyricPainter::LyricPainter(OutlineSource& source, MessageBoxes& boxes, TextSteps steps)
     : text_(source, boxes, std::move(steps)) {}
@@ -75,6 +89,7 @@ void LyricPainter::SetViewport(int width, int height) {
   glViewport(0, 0, width, height);
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();
+  text_.set_flatness(FlatnessFor(height));
   gluPerspective(kFieldOfView, static_cast<double>(width) / height, kNearest, kFarthest);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();

@@ -7,6 +7,7 @@
 #include <QPalette>
 #include <QScreen>
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "settings/window_place.h"
@@ -15,9 +16,10 @@ namespace vexolo {
 
 namespace {
 
-constexpr const char* kSection = "Paroles";     ///< place, size, language texts
-constexpr const char* kShowSection = "Lyrics";  ///< whether the window is shown
-constexpr int kBelowTheView = 15;               ///< pixels of the window under the surface
+constexpr const char* kSection = "Paroles";          ///< place, size, language texts
+constexpr const char* kShowSection = "Lyrics";       ///< whether the window is shown
+constexpr int kBelowTheView = 15;                    ///< pixels of the window under the surface
+constexpr std::chrono::milliseconds kForLetters{4};  ///< of each tick, while they are made
 constexpr QSize kSmallest = {200, 120};
 constexpr QSize kUsual = {640, 420};
 
@@ -155,11 +157,22 @@ void OGLWin::closeEvent(QCloseEvent* event) {
 
 void OGLWin::Rendu_VueOpenGL() {
   is_drawing_ = true;
-  const std::optional<std::int64_t> tick = SongTick();
+  const std::optional<std::int64_t> tick = painter_->has_letters() ? SongTick() : std::nullopt;
   painter_->Paint(scene_.BuildFrame(parts_.model, painter_->glyphs(), tick));
   view_->SwapBuffers();
   shows_song_ = tick.has_value();
   is_drawing_ = false;
+}
+
+bool OGLWin::IsReady() const { return painter_ && painter_->is_complete(); }
+
+void OGLWin::BuildLetters() {
+  is_drawing_ = true;
+  const Text3D::Progress progress = painter_->BuildLetters(kForLetters);
+  is_drawing_ = false;
+  if (progress != Text3D::Progress::kFailed) return;
+  Unload();
+  close();
 }
 
 void OGLWin::TimerTick() {
@@ -167,10 +180,10 @@ void OGLWin::TimerTick() {
       since_tick_.isValid() ? static_cast<double>(since_tick_.nsecsElapsed()) / 1e6 : 0;
   since_tick_.start();
   const bool has_song = parts_.audio.stream != 0;
-  const bool has_something_new = has_song || shows_song_;
-  if (is_loaded_ && !is_drawing_ && has_something_new && view_->isExposed() &&
-      view_->MakeCurrent()) {
-    Rendu_VueOpenGL();
+  const bool has_something_new = (has_song || shows_song_) && view_->isExposed();
+  if (is_loaded_ && !is_drawing_ && (has_something_new || !IsReady()) && view_->MakeCurrent()) {
+    BuildLetters();
+    if (is_loaded_ && has_something_new) Rendu_VueOpenGL();
   }
   scene_.Tick(TicksPassed(elapsed, interval_));
 }

@@ -35,7 +35,9 @@ struct LyricWindowParts {
 };
 
 /// Draws from a timer while it is visible. OpenGL is brought up when the window is first shown;
-/// where that fails the reason is shown and the window stays hidden. Window thread only.
+/// where that fails the reason is shown and the window stays hidden. The letters are made then,
+/// some at each tick; where that fails the reason is shown and the window closes. Window thread
+/// only.
 class OGLWin final : public CompanionWindow {
  public:
   OGLWin(const WindowContext& context, QWidget* main_window, LyricWindowParts parts);
@@ -46,12 +48,16 @@ class OGLWin final : public CompanionWindow {
 
   void LoadLanguage() override;
 
-  /// Draws one frame into the context, which must be current, and shows it.
+  /// Draws one frame into the context, which must be current, and shows it: only the background
+  /// while there are no letters yet.
   void Rendu_VueOpenGL();
 
-  /// One tick of the refresh timer: a frame where a song is loaded (and one more when it is gone),
-  /// then the flash fades.
+  /// One tick of the refresh timer: some letters where there are none yet, a frame where a song is
+  /// loaded (and one more when it is gone), then the flash fades.
   void TimerTick();
+
+  /// Whether all letters are there, as fine as the window's size asks for.
+  bool IsReady() const;
 
   const LyricViewOptions& options() const { return options_; }
   VueOpenGL& view() { return *view_; }
@@ -81,6 +87,7 @@ class OGLWin final : public CompanionWindow {
   void ConnectView();
   void Resize();
   void UpdateViewport();
+  void BuildLetters();
 
   // What the user chooses.
   void KeyDown(QKeyEvent& event);
@@ -112,7 +119,7 @@ class OGLWin final : public CompanionWindow {
   QElapsedTimer since_tick_;
   int interval_ = 0;
   bool is_loaded_ = false;
-  bool is_drawing_ = false;  ///< a box may be open in the middle of a frame
+  bool is_drawing_ = false;  ///< a box may be open in the middle of a frame, or of making letters
   bool shows_song_ = false;  ///< the last frame had a song
 
   LyricViewOptions options_;

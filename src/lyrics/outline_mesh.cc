@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <map>
+#include <utility>
 
 namespace vexolo {
 
@@ -11,7 +13,9 @@ namespace {
 constexpr double kSamePlace = 1e-6;   ///< points nearer than this are one
 constexpr double kCosOfCorner = 0.9;  ///< of the greatest turn that is still smooth: 26 degrees
 constexpr int kMostLines = 100;       ///< for one curve
-constexpr int kProbes = 8;            ///< places on each line whose distance is measured
+/// Curves are first followed this closely, in tolerances; then points are left out again.
+constexpr double kFirstPass = 1.0 / 64;
+constexpr double kInside = 1e-14;  ///< fourth power of a length
 
 OutlinePoint Difference(const OutlinePoint& to, const OutlinePoint& from) {
   return {to.x - from.x, to.y - from.y};
@@ -27,6 +31,10 @@ OutlinePoint Direction(const OutlinePoint& vector) {
 
 bool IsSmooth(const OutlinePoint& in, const OutlinePoint& out) {
   return in.x * out.x + in.y * out.y > kCosOfCorner;
+}
+
+OutlinePoint Between(const OutlinePoint& a, const OutlinePoint& b) {
+  return Direction({a.x + b.x, a.y + b.y});
 }
 
 struct Cubic {
@@ -58,38 +66,75 @@ struct Cubic {
     return {};
   }
 
-  /// The fewest lines between points at equal steps of the parameter that stay near the curve.
+  /// Zero where the curve stands still.
+  OutlinePoint DirectionAt(double t) const {
+    const double s = 1 - t;
+    const OutlinePoint first = Difference(points[0], start);
+    const OutlinePoint second = Difference(points[1], points[0]);
+    const OutlinePoint third = Difference(points[2], points[1]);
+    return Direction({s * s * first.x + 2 * s * t * second.x + t * t * third.x,
+                      s * s * first.y + 2 * s * t * second.y + t * t * third.y});
+  }
+
+  /// As many lines between points at equal steps of the parameter as stay near the curve for sure:
+  /// a step h leaves it by no more than h * h / 8 of the greatest second derivative.
   int LinesFor(double tolerance) const {
-    int lines = 1;
-    while (lines < kMostLines && !IsNear(lines, tolerance)) ++lines;
-    return lines;
+    const double bend =
+        6 * std::max(Bend(start, points[0], points[1]), Bend(points[0], points[1], points[2]));
+    const double lines = std::ceil(std::sqrt(bend / (8 * tolerance)));
+    return static_cast<int>(std::clamp(lines, 1.0, double{kMostLines}));
   }
 
  private:
-  bool IsNear(int lines, double tolerance) const {
-    OutlinePoint from = start;
-    for (int line = 1; line <= lines; ++line) {
-      const OutlinePoint to = At(static_cast<double>(line) / lines);
-      for (int probe = 1; probe < kProbes; ++probe) {
-        const double t = (line - 1 + static_cast<double>(probe) / kProbes) / lines;
-        if (Distance(At(t), from, to) > tolerance) return false;
-      }
-      from = to;
-    }
-    return true;
-  }
-
-  /// Of a point from the line between two others.
-  static double Distance(const OutlinePoint& at, const OutlinePoint& from, const OutlinePoint& to) {
-    const OutlinePoint along = Difference(to, from);
-    const OutlinePoint there = Difference(at, from);
-    const double length = Length(along);
-    const double part =
-        length < kSamePlace ? 0 : (there.x * along.x + there.y * along.y) / (length * length);
-    const double nearest = std::clamp(part, 0.0, 1.0);
-    return std::hypot(there.x - nearest * along.x, there.y - nearest * along.y);
+  static double Bend(const OutlinePoint& a, const OutlinePoint& b, const OutlinePoint& c) {
+    return std::hypot(a.x - 2 * b.x + c.x, a.y - 2 * b.y + c.y);
   }
 };
+
+/// Of a point from the line between two others.
+double Distance(const OutlinePoint& at, const OutlinePoint& from, const OutlinePoint& to) {
+  const OutlinePoint along = Difference(to, from);
+  const OutlinePoint there = Difference(at, from);
+  const double square = along.x * along.x + along.y * along.y;
+  const double part =
+      square < kSamePlace * kSamePlace ? 0 : (there.x * along.x + there.y * along.y) / square;
+  const double nearest = std::clamp(part, 0.0, 1.0);
+  return std::hypot(there.x - nearest * along.x, there.y - nearest * along.y);
+}
+
+/// Whether the line from point `from` to point `to`, counted on round the contour, passes all
+/// points between them.
+bool IsNear(const Contour& contour, std::size_t from, std::size_t to, double tolerance) {
+  const std::size_t count = contour.size();
+  for (std::size_t i = from + 1; i < to; ++i) {
+    if (Distance(contour[i % count].at, contour[from % count].at, contour[to % count].at) >
+        tolerance) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Leaves out the smooth points that a line may pass by. Corners stay.
+Contour Thinned(const Contour& contour, double tolerance) {
+  const std::size_t count = contour.size();
+  const auto corner = std::find_if(contour.begin(), contour.end(),
+                                   [](const ContourPoint& point) { return !point.is_smooth; });
+  const auto first = corner == contour.end()
+                         ? std::size_t{0}
+                         : static_cast<std::size_t>(std::distance(contour.begin(), corner));
+  Contour thinned;
+  for (std::size_t from = first; from < first + count;) {
+    thinned.push_back(contour[from % count]);
+    std::size_t to = from + 1;
+    while (to < first + count && contour[to % count].is_smooth &&
+           IsNear(contour, from, to + 1, tolerance)) {
+      ++to;
+    }
+    from = to;
+  }
+  return thinned.size() < 3 ? contour : thinned;
+}
 
 /// Builds one contour after the other.
 class Flattener {
@@ -133,13 +178,12 @@ class Flattener {
   void CurveTo(const std::array<OutlinePoint, 3>& points) {
     if (points_.empty()) return;
     const Cubic cubic{points_.back().at, points};
-    const int lines = cubic.LinesFor(tolerance_);
+    const int lines = cubic.LinesFor(kFirstPass * tolerance_);
     OutlinePoint leaving = cubic.StartDirection();
     for (int i = 1; i < lines; ++i) {
-      const OutlinePoint at = cubic.At(static_cast<double>(i) / lines);
-      // Within the curve the directions only have to agree.
-      const OutlinePoint along = Direction(Difference(at, points_.back().at));
-      if (Add(at, leaving, along)) leaving = along;
+      const double t = static_cast<double>(i) / lines;
+      const OutlinePoint along = cubic.DirectionAt(t);
+      if (Add(cubic.At(t), leaving, along)) leaving = along;
     }
     Add(points[2], leaving, cubic.EndDirection());
   }
@@ -164,9 +208,9 @@ class Flattener {
       Contour contour;
       contour.reserve(points_.size());
       for (const Point& point : points_) {
-        contour.push_back({point.at, IsSmooth(point.in, point.out)});
+        contour.push_back({point.at, IsSmooth(point.in, point.out), Between(point.in, point.out)});
       }
-      contours_.push_back(std::move(contour));
+      contours_.push_back(Thinned(contour, (1 - kFirstPass) * tolerance_));
     }
     points_.clear();
   }
@@ -187,14 +231,95 @@ double TwiceArea(const Contour& contour) {
   return sum;
 }
 
-OutlinePoint OutwardNormal(const OutlinePoint& from, const OutlinePoint& to) {
-  const OutlinePoint along = Direction(Difference(to, from));
-  return {along.y, -along.x};
+void Reverse(Contour& contour) {
+  std::reverse(contour.begin(), contour.end());
+  for (ContourPoint& point : contour) point.along = {-point.along.x, -point.along.y};
 }
 
-OutlinePoint Between(const OutlinePoint& a, const OutlinePoint& b) {
-  return Direction({a.x + b.x, a.y + b.y});
+/// Twice the area; above 0 where the corners run counter-clockwise.
+double TwiceArea(const OutlinePoint& a, const OutlinePoint& b, const OutlinePoint& c) {
+  const OutlinePoint ab = Difference(b, a);
+  const OutlinePoint ac = Difference(c, a);
+  return ab.x * ac.y - ab.y * ac.x;
 }
+
+/// Whether `at` lies within the circle through the corners of a counter-clockwise triangle, by more
+/// than what rounding could make of it.
+bool IsInCircle(const OutlinePoint& a, const OutlinePoint& b, const OutlinePoint& c,
+                const OutlinePoint& at) {
+  const auto square = [](const OutlinePoint& v) { return v.x * v.x + v.y * v.y; };
+  const OutlinePoint u = Difference(a, at);
+  const OutlinePoint v = Difference(b, at);
+  const OutlinePoint w = Difference(c, at);
+  const double in = square(u) * (v.x * w.y - v.y * w.x) - square(v) * (u.x * w.y - u.y * w.x) +
+                    square(w) * (u.x * v.y - u.y * v.x);
+  return in > kInside;
+}
+
+/// Turns edges; knows which triangle lies to the left of each.
+class EdgeTurner {
+ public:
+  EdgeTurner(const std::vector<OutlinePoint>& points, std::vector<Triangle>& triangles)
+      : points_(points), triangles_(triangles) {
+    for (std::size_t i = 0; i < triangles.size(); ++i) Enter(i);
+  }
+
+  void Run() {
+    while (!waiting_.empty()) {
+      const Edge edge = waiting_.back();
+      waiting_.pop_back();
+      TurnWhereBetter(edge);
+    }
+  }
+
+ private:
+  using Edge = std::pair<int, int>;
+
+  void Enter(std::size_t index) {
+    const Triangle& triangle = triangles_[index];
+    for (std::size_t i = 0; i < 3; ++i) {
+      const Edge edge = {triangle[i], triangle[(i + 1) % 3]};
+      left_[edge] = index;
+      waiting_.push_back(edge);
+    }
+  }
+
+  int Opposite(std::size_t index, const Edge& edge) const {
+    for (const int corner : triangles_[index]) {
+      if (corner != edge.first && corner != edge.second) return corner;
+    }
+    return edge.first;
+  }
+
+  void TurnWhereBetter(const Edge& edge) {
+    const auto left = left_.find(edge);
+    const auto right = left_.find({edge.second, edge.first});
+    if (left == left_.end() || right == left_.end()) return;  // turned since, or of the outline
+    const std::size_t on_left = left->second;
+    const std::size_t on_right = right->second;
+    const auto [from, to] = edge;
+    const int a = Opposite(on_left, edge);
+    const int b = Opposite(on_right, edge);
+    if (!IsInCircle(At(from), At(to), At(a), At(b))) return;
+    if (TwiceArea(At(a), At(from), At(b)) <= 0 || TwiceArea(At(b), At(to), At(a)) <= 0) return;
+    left_.erase(left);
+    left_.erase(right);
+    triangles_[on_left] = {a, from, b};
+    triangles_[on_right] = {b, to, a};
+    Enter(on_left);
+    Enter(on_right);
+  }
+
+  const OutlinePoint& At(int point) const { return points_[static_cast<std::size_t>(point)]; }
+
+  const std::vector<OutlinePoint>& points_;
+  std::vector<Triangle>& triangles_;
+  std::map<Edge, std::size_t> left_;
+  std::vector<Edge> waiting_;
+};
+
+/// Of a line that leads this way with the ink to its left.
+OutlinePoint OutwardNormal(const OutlinePoint& along) { return {along.y, -along.x}; }
 
 }  // namespace
 
@@ -207,7 +332,7 @@ std::vector<Contour> FlattenOutline(const GlyphOutline& outline, double toleranc
   // Some kinds of font have outer contours clockwise, others counter-clockwise; holes always run
   // against them and enclose less.
   if (area < 0) {
-    for (Contour& contour : contours) std::reverse(contour.begin(), contour.end());
+    for (Contour& contour : contours) Reverse(contour);
   }
   return contours;
 }
@@ -229,23 +354,21 @@ OutlineBox BoxOf(const std::vector<Contour>& contours) {
 
 std::vector<SideFace> SideFaces(const std::vector<Contour>& contours) {
   std::vector<SideFace> faces;
-  std::vector<OutlinePoint> normals;
   for (const Contour& contour : contours) {
     const std::size_t count = contour.size();
-    normals.clear();
     for (std::size_t i = 0; i < count; ++i) {
-      normals.push_back(OutwardNormal(contour[i].at, contour[(i + 1) % count].at));
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::size_t next = (i + 1) % count;
-      const OutlinePoint& own = normals[i];
-      const OutlinePoint& before = normals[(i + count - 1) % count];
-      faces.push_back({contour[i].at, contour[next].at,
-                       contour[i].is_smooth ? Between(before, own) : own,
-                       contour[next].is_smooth ? Between(own, normals[next]) : own});
+      const ContourPoint& from = contour[i];
+      const ContourPoint& to = contour[(i + 1) % count];
+      const OutlinePoint own = Direction(Difference(to.at, from.at));
+      faces.push_back({from.at, to.at, OutwardNormal(from.is_smooth ? from.along : own),
+                       OutwardNormal(to.is_smooth ? to.along : own)});
     }
   }
   return faces;
+}
+
+void MakeCompact(const std::vector<OutlinePoint>& points, std::vector<Triangle>& triangles) {
+  EdgeTurner(points, triangles).Run();
 }
 
 }  // namespace vexolo

@@ -35,11 +35,13 @@ struct ContourPoint {
   OutlinePoint at;
   /// The outline goes round here without a corner, so light goes round it as well.
   bool is_smooth = false;
+  OutlinePoint along;  ///< direction of the outline here, of length 1; where it is smooth
 };
 /// A closed line of at least three points, each once.
 using Contour = std::vector<ContourPoint>;
 
-/// Replaces curves by lines that are nowhere farther from them than `tolerance`. Contours without
+/// Replaces curves by lines that are nowhere farther from them than `tolerance`, by as few as a
+/// walk along the outline needs: a line may stand for the parts of several curves. Contours without
 /// area are left out. The ink lies to the left of every line, whichever way the font has it: outer
 /// contours run counter-clockwise, holes clockwise.
 std::vector<Contour> FlattenOutline(const GlyphOutline& outline, double tolerance);
@@ -55,5 +57,13 @@ struct SideFace {
   OutlinePoint to_normal;
 };
 std::vector<SideFace> SideFaces(const std::vector<Contour>& contours);
+
+/// Three corners, counter-clockwise, by their places in a list of points.
+using Triangle = std::array<int, 3>;
+
+/// Turns the edges between triangles until no corner lies within the circle through another
+/// triangle's corners. They fill the same area with the same points, but none is longer and thinner
+/// than the outline makes it: renderers fill such triangles faster.
+void MakeCompact(const std::vector<OutlinePoint>& points, std::vector<Triangle>& triangles);
 
 }  // namespace vexolo

@@ -13,6 +13,12 @@ namespace vexolo {
 
 namespace {
 
+/// A letter's front.
+struct Surface {
+  std::vector<OutlinePoint> points;
+  std::vector<Triangle> triangles;
+};
+
 /// Fills outlines with triangles. The ink is where an outline winds round a place, so letters whose
 /// strokes overlap come out whole.
 class Tessellator {
@@ -30,38 +36,49 @@ class Tessellator {
     gluTessNormal(tess, 0, 0, 1);
   }
 
-  /// Corners of triangles, counter-clockwise, three by three. False where it failed.
-  bool Fill(const std::vector<Contour>& contours, std::vector<OutlinePoint>& triangles) {
+  /// False where it failed.
+  bool Fill(const std::vector<Contour>& contours, Surface& surface) {
     if (!tess_) return false;
-    triangles.clear();
+    surface = {};
+    surface_ = &surface;
     corners_.clear();
-    triangles_ = &triangles;
+    found_.clear();
     failed_ = false;
     gluTessBeginPolygon(tess_.get(), this);
     for (const Contour& contour : contours) {
       gluTessBeginContour(tess_.get());
       for (const ContourPoint& point : contour) {
-        corners_.push_back({point.at.x, point.at.y, 0});
-        gluTessVertex(tess_.get(), corners_.back().data(), corners_.back().data());
+        Corner& corner = AddCorner({point.at.x, point.at.y, 0});
+        gluTessVertex(tess_.get(), corner.at.data(), &corner);
       }
       gluTessEndContour(tess_.get());
     }
     gluTessEndPolygon(tess_.get());
-    return !failed_ && triangles.size() % 3 == 0;
+    if (failed_ || found_.size() % 3 != 0) return false;
+    for (std::size_t i = 0; i < found_.size(); i += 3) {
+      surface.triangles.push_back({found_[i], found_[i + 1], found_[i + 2]});
+    }
+    return true;
   }
 
  private:
-  using Corner = std::array<GLdouble, 3>;
+  struct Corner {
+    std::array<GLdouble, 3> at;
+    int place;  ///< among the points of the surface
+  };
 
-  static void CALLBACK TakeVertex(void* vertex, void* self) {
-    const auto* at = static_cast<const GLdouble*>(vertex);
-    static_cast<Tessellator*>(self)->triangles_->push_back({at[0], at[1]});
+  Corner& AddCorner(const std::array<GLdouble, 3>& at) {
+    corners_.push_back({at, static_cast<int>(surface_->points.size())});
+    surface_->points.push_back({at[0], at[1]});
+    return corners_.back();
   }
-  static void CALLBACK Combine(const GLdouble* at, void** /*vertices*/, const GLfloat* /*weights*/,
+
+  static void CALLBACK TakeVertex(void* corner, void* self) {
+    static_cast<Tessellator*>(self)->found_.push_back(static_cast<const Corner*>(corner)->place);
+  }
+  static void CALLBACK Combine(const GLdouble* at, void** /*corners*/, const GLfloat* /*weights*/,
                                void** made, void* self) {
-    auto& corners = static_cast<Tessellator*>(self)->corners_;
-    corners.push_back({at[0], at[1], at[2]});
-    *made = corners.back().data();
+    *made = &static_cast<Tessellator*>(self)->AddCorner({at[0], at[1], at[2]});
   }
   static void CALLBACK TakeError(GLenum /*error*/, void* self) {
     static_cast<Tessellator*>(self)->failed_ = true;
@@ -70,24 +87,27 @@ class Tessellator {
 
   std::unique_ptr<GLUtesselator, decltype(&gluDeleteTess)> tess_;
   std::deque<Corner> corners_;  ///< the tessellator keeps pointers to them
-  std::vector<OutlinePoint>* triangles_ = nullptr;
+  std::vector<int> found_;      ///< corners of triangles, three by three
+  Surface* surface_ = nullptr;
   bool failed_ = false;
 };
 
 void Vertex(const OutlinePoint& at, double z) { glVertex3d(at.x, at.y, z); }
 void Normal(const OutlinePoint& normal) { glNormal3d(normal.x, normal.y, 0); }
 
-void DrawFront(const std::vector<OutlinePoint>& triangles) {
+void DrawFront(const Surface& surface) {
   glNormal3d(0, 0, 1);
-  for (const OutlinePoint& corner : triangles) Vertex(corner, 0);
+  for (const Triangle& triangle : surface.triangles) {
+    for (const int corner : triangle) Vertex(surface.points[static_cast<std::size_t>(corner)], 0);
+  }
 }
 
-void DrawBack(const std::vector<OutlinePoint>& triangles) {
+void DrawBack(const Surface& surface) {
   glNormal3d(0, 0, -1);
-  for (std::size_t i = 0; i + 2 < triangles.size(); i += 3) {
-    Vertex(triangles[i], -kExtrusion);
-    Vertex(triangles[i + 2], -kExtrusion);
-    Vertex(triangles[i + 1], -kExtrusion);
+  for (const auto& [a, b, c] : surface.triangles) {
+    for (const int corner : {a, c, b}) {
+      Vertex(surface.points[static_cast<std::size_t>(corner)], -kExtrusion);
+    }
   }
 }
 
@@ -127,52 +147,76 @@ Text3D::Text3D(OutlineSource& source, MessageBoxes& boxes, TextSteps steps)
 
 bool Text3D::CreateOutlineFont(unsigned& list_base, const std::string& face, int height, int weight,
                                bool italic, const Rgb& colour) {
-  LogicalFont font;
-  font.height = height;
-  font.weight = weight;
-  font.italic = italic;
-  font.face_name = face;
+  font_ = {};
+  font_.height = height;
+  font_.weight = weight;
+  font_.italic = italic;
+  font_.face_name = face;
   glColor3f(colour.red, colour.green, colour.blue);
-  list_base = steps_.reserve_lists(kGlyphLists);
-  if (list_base == 0) {
-    boxes_.Show("Impossible de créer la police de caractère", "", BoxIcon::kNone);
-    return false;
-  }
-  const bool built = BuildLists(list_base, font);
-  if (!built) {
-    glDeleteLists(list_base, kGlyphLists);
-    glyphs_ = {};
-    boxes_.Show("Impossible de créer la police de caractères", "", BoxIcon::kNone);
-  }
-  return built;
+  has_font_ = false;
+  next_code_ = 0;
+  list_base_ = list_base = steps_.reserve_lists(kGlyphLists);
+  if (list_base_ != 0) return true;
+  boxes_.Show("Impossible de créer la police de caractère", "", BoxIcon::kNone);
+  return false;
 }
 
-bool Text3D::BuildLists(unsigned list_base, const LogicalFont& font) {
-  if (!source_.Select(font)) return false;
-  bool built = true;
-  for (int code = 0; code < kGlyphLists && built; ++code) {
-    built = BuildList(list_base + static_cast<unsigned>(code), code);
+Text3D::Progress Text3D::BuildGlyphs(std::chrono::milliseconds most) {
+  if (list_base_ == 0) return Progress::kFailed;
+  const auto end = std::chrono::steady_clock::now() + most;
+  while (next_code_ < kGlyphLists) {
+    if (!BuildNextList()) return Fail();
+    if (next_code_ < kGlyphLists && std::chrono::steady_clock::now() >= end) {
+      return Progress::kGoesOn;
+    }
   }
-  source_.Release();
-  return built;
+  ReleaseSource();
+  has_font_ = true;
+  return Progress::kDone;
 }
 
-bool Text3D::BuildList(unsigned list, int code) {
+void Text3D::set_flatness(double flatness) {
+  if (flatness == flatness_) return;
+  flatness_ = flatness;
+  next_code_ = 0;
+}
+
+bool Text3D::BuildNextList() {
+  if (!is_selected_ && !source_.Select(font_)) return false;
+  is_selected_ = true;
+  return BuildList(next_code_++);
+}
+
+bool Text3D::BuildList(int code) {
   OutlineGlyph glyph;
   if (!source_.ReadGlyph(code, glyph)) return false;
-  const std::vector<Contour> contours = FlattenOutline(glyph.outline, kFlatness);
-  std::vector<OutlinePoint> triangles;
-  if (!Tessellator().Fill(contours, triangles)) return false;
+  const std::vector<Contour> contours = FlattenOutline(glyph.outline, flatness_);
+  Surface surface;
+  if (!Tessellator().Fill(contours, surface)) return false;
+  MakeCompact(surface.points, surface.triangles);
   glyphs_[static_cast<std::size_t>(code)] = MetricsFor(BoxOf(contours), glyph.advance);
-  glNewList(list, GL_COMPILE);
+  glNewList(list_base_ + static_cast<unsigned>(code), GL_COMPILE);
   glBegin(GL_TRIANGLES);
-  DrawFront(triangles);
-  DrawBack(triangles);
+  DrawFront(surface);
+  DrawBack(surface);
   for (const SideFace& face : SideFaces(contours)) DrawSide(face);
   glEnd();
   glTranslated(glyph.advance, 0, 0);
   glEndList();
   return steps_.last_error() == GL_NO_ERROR;
+}
+
+void Text3D::ReleaseSource() {
+  if (std::exchange(is_selected_, false)) source_.Release();
+}
+
+Text3D::Progress Text3D::Fail() {
+  ReleaseSource();
+  glDeleteLists(std::exchange(list_base_, 0), kGlyphLists);
+  glyphs_ = {};
+  has_font_ = false;
+  boxes_.Show("Impossible de créer la police de caractères", "", BoxIcon::kNone);
+  return Progress::kFailed;
 }
 
 void Text3D::DrawText3D(std::string_view text, float x, float y, float z, const Rgb& colour) {

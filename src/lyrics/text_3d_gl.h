@@ -3,6 +3,7 @@
 /// Everything here draws into the OpenGL context that is current. Window thread only.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -16,9 +17,9 @@ namespace vexolo {
 
 inline constexpr int kGlyphLists = 256;
 inline constexpr double kExtrusion = 0.1;  ///< depth of a letter, in heights of the font
-/// Of curves, in heights of the font: a fifth of a pixel where that is 300 pixels high, as it is on
-/// a screen of 2160 lines seen from the nearest place.
-inline constexpr double kFlatness = 0.0006;
+/// Distance of lines from the curves that they stand for, in heights of the font, until another one
+/// is asked for.
+inline constexpr double kUsualFlatness = 0.0008;
 
 /// The calls that can fail; tests put their own in place.
 struct TextSteps {
@@ -27,16 +28,33 @@ struct TextSteps {
 };
 TextSteps UsualTextSteps();
 
+/// Making a font takes longer than a frame, so it is done bit by bit: CreateOutlineFont begins it,
+/// BuildGlyphs goes on.
 class Text3D {
  public:
+  enum class Progress { kGoesOn, kDone, kFailed };
+
   /// Both must outlive this object.
   Text3D(OutlineSource& source, MessageBoxes& boxes, TextSteps steps = UsualTextSteps());
 
-  /// Makes a display list for each Windows-1252 code and fills the table of measures. `list_base`
-  /// gets the number of the first list. The current colour becomes `colour`. On failure the reason
-  /// is shown and no list is left.
+  /// Reserves a display list for each Windows-1252 code; `list_base` gets the number of the first
+  /// one. The current colour becomes `colour`. On failure the reason is shown.
   bool CreateOutlineFont(unsigned& list_base, const std::string& face, int height, int weight,
                          bool italic, const Rgb& colour);
+
+  /// Fills lists and measures, at least one list and no more than fit into `most`. On failure the
+  /// reason is shown and no list is left.
+  Progress BuildGlyphs(std::chrono::milliseconds most);
+
+  /// Draws letters as fine as this from now on, in heights of the font: BuildGlyphs makes the lists
+  /// anew, which show the letters as they were until then.
+  void set_flatness(double flatness);
+  double flatness() const { return flatness_; }
+
+  /// Whether all lists can be drawn, be they as fine as they should or not yet.
+  bool has_font() const { return has_font_; }
+  /// Whether they are as fine as they should.
+  bool is_complete() const { return has_font_ && next_code_ == kGlyphLists; }
 
   const GlyphTable& glyphs() const { return glyphs_; }
   float TextWidth3D(std::string_view text) const { return vexolo::TextWidth3D(glyphs_, text); }
@@ -48,12 +66,20 @@ class Text3D {
   void DrawText3D(std::string_view text, float x, float y, float z, const Rgb& colour);
 
  private:
-  bool BuildLists(unsigned list_base, const LogicalFont& font);
-  bool BuildList(unsigned list, int code);
+  bool BuildNextList();
+  bool BuildList(int code);
+  void ReleaseSource();
+  Progress Fail();
 
   OutlineSource& source_;
   MessageBoxes& boxes_;
   const TextSteps steps_;
+  LogicalFont font_;
+  unsigned list_base_ = 0;  ///< 0: no lists
+  int next_code_ = 0;       ///< whose list is made next; kGlyphLists: all are made
+  double flatness_ = kUsualFlatness;
+  bool is_selected_ = false;  ///< the source holds the font
+  bool has_font_ = false;
   GlyphTable glyphs_;
   unsigned shown_error_ = 0;
 };

@@ -1,7 +1,9 @@
 /// A font of simple shapes, any of whose steps can be made to fail.
 #pragma once
 
+#include <chrono>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "lyrics/outline_source.h"
@@ -14,12 +16,15 @@ class FakeOutlines : public OutlineSource {
  public:
   bool select_fails = false;
   std::optional<int> failing_code;
+  std::chrono::milliseconds delay{0};  ///< of each glyph
 
   bool Select(const LogicalFont& font) override {
     fonts.push_back(font);
     return !select_fails;
   }
   bool ReadGlyph(int code, OutlineGlyph& glyph) override {
+    ++reads;
+    if (delay.count() > 0) std::this_thread::sleep_for(delay);
     glyph = {};
     if (code == failing_code) return false;
     glyph.advance = 0.75;
@@ -37,6 +42,7 @@ class FakeOutlines : public OutlineSource {
   void Release() override { ++releases; }
 
   std::vector<LogicalFont> fonts;  ///< that were asked for
+  int reads = 0;                   ///< of glyphs
   int releases = 0;
 
  private:
