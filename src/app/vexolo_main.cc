@@ -5,6 +5,8 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QUrl>
+#include <cstdio>
+#include <exception>
 
 #include "app/action_guard.h"
 #include "app/command_line_songs.h"
@@ -79,9 +81,7 @@ int RunProgram(QApplication& application, MessageBoxes& boxes, ActionGuard& guar
   return runs ? 0 : 1;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int RunApplication(int argc, char** argv) {
   QtMessageBoxes boxes;
   ActionGuard guard(boxes);
   GuardedApplication application(argc, argv, guard);
@@ -91,4 +91,16 @@ int main(int argc, char** argv) {
   int status = 1;
   guard.Run([&] { status = RunProgram(application, boxes, guard); });
   return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return RunApplication(argc, argv);
+  } catch (const std::exception& reason) {
+    // Before there is a window, or after it.
+    std::fprintf(stderr, "vexolo: %s\n", reason.what());
+    return 1;
+  }
 }

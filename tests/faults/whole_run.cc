@@ -30,7 +30,8 @@ namespace fs = std::filesystem;
 using engine::testing::SongBuilder;
 using engine::testing::ToneBank;
 
-constexpr std::chrono::seconds kPatience{5};
+/// Long, for a busy machine: whatever does not come about is a failure, or has been told.
+constexpr std::chrono::seconds kPatience{30};
 
 void Write(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
