@@ -94,6 +94,7 @@ class View : public TransportView, public MainTimerView, public ConversionView {
   void ShowRun() override {}
   void EndRun() override {}
   void EnableTimerEncodage(bool enabled) override { timer_runs_ = enabled; }
+  void TellConverted() override {}
   void ShowSummary(const std::string&, const std::string&) override {}
 
   bool timer_runs() const { return timer_runs_; }
