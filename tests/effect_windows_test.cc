@@ -270,6 +270,16 @@ TEST_F(ReglageWindow, TheListOfInstrumentsIsSearchedAndSets) {
   EXPECT_EQ(window_.name_button(0).text(), "Nylon Guitar");
 }
 
+TEST_F(ReglageWindow, TheListOfInstrumentsStandsOutFromThePanel) {
+  window_.OpenInstruments(0);
+  const QImage list = window_.findChild<InstrumentDialog*>()->grab().toImage();
+  const int inside = qGray(list.pixel(3, 3));
+  for (const QPoint edge : {QPoint(0, 0), QPoint(list.width() - 1, list.height() / 2),
+                            QPoint(list.width() / 2, list.height() - 1)}) {
+    EXPECT_GT(qGray(list.pixel(edge)), inside + 40) << edge.x() << " " << edge.y();
+  }
+}
+
 TEST_F(ReglageWindow, ADrumChannelChoosesAmongTheKits) {
   state.overrides.Set(ControllerEntry(kDrumKind, 9), 1);
   window_.OpenInstruments(9);

@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 #include <array>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr int kEntryRole = Qt::UserRole;
 constexpr QSize kSize(300, 380);
+constexpr QColor kFrame(0x6c, 0x71, 0x78);
 
 bool IsFamily(const QTreeWidgetItem& item) { return item.parent() == nullptr; }
 
@@ -149,6 +151,14 @@ void InstrumentDialog::Choose(QTreeWidgetItem* item) {
     accept();
     chosen_(entries_[entry].instrument);
   }
+}
+
+// A popup has no frame of its own, and the panel under it is as dark.
+void InstrumentDialog::paintEvent(QPaintEvent* event) {
+  QDialog::paintEvent(event);
+  QPainter painter(this);
+  painter.setPen(kFrame);
+  painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 // In the field, the arrow keys move in the list and Return takes what is marked there.

@@ -31,6 +31,7 @@ class InstrumentDialog : public QDialog {
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
 
  private:
   void Fill(const WindowContext& context, Instrument current);
