@@ -27,9 +27,11 @@ constexpr int kPerPixel = 15;  // twips
 class MainStandIn : public QWidget {
  public:
   std::vector<int> keys;
+  std::vector<int> released;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override { keys.push_back(event->key()); }
+  void keyReleaseEvent(QKeyEvent* event) override { released.push_back(event->key()); }
 };
 
 class LyricWindowTest : public ::testing::Test {
@@ -343,6 +345,12 @@ TEST_F(LyricWindowTest, OtherKeysGoOnToTheMainWindow) {
   QTest::keyClick(&window.view(), Qt::Key_Escape);
   QTest::keyClick(&window.view(), Qt::Key_5, Qt::KeypadModifier);
   EXPECT_THAT(main_.keys, ElementsAre(int{Qt::Key_Space}));
+}
+
+TEST_F(LyricWindowTest, KeysThatActWhenTheyAreLetGoGoOnToTheMainWindow) {
+  OGLWin& window = Show();
+  QTest::keyClick(&window.view(), Qt::Key_F1);
+  EXPECT_THAT(main_.released, ElementsAre(int{Qt::Key_F1}));
 }
 
 // ---- Closing, place and size

@@ -1,7 +1,6 @@
 #include "lyrics/lyric_window.h"
 
 #include <QCloseEvent>
-#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QList>
 #include <QPalette>
@@ -77,6 +76,7 @@ void OGLWin::ConnectView() {
     if (is_loaded_ && !is_drawing_ && view_->MakeCurrent()) Rendu_VueOpenGL();
   };
   view_->on_key = [this](QKeyEvent& event) { KeyDown(event); };
+  view_->on_key_up = [this](QKeyEvent& event) { keyReleaseEvent(&event); };
   view_->on_menu = [this](QPoint at) { ShowMenu(at); };
   view_->on_double_click = [this] { ChooseFullScreen(!options_.full_screen); };
   view_->on_wheel = [this](int steps) { Zoom(steps); };
@@ -263,8 +263,8 @@ void OGLWin::KeyDown(QKeyEvent& event) {
     ChooseOnTop(!options_.on_top);
   } else if (event.key() == Qt::Key_C && event.modifiers() == Qt::NoModifier) {
     ChooseTheme((options_.theme + 1) % kLyricThemeCount);
-  } else if (zoom_key == LyricKey::kOther && main_window() != nullptr) {
-    QCoreApplication::sendEvent(main_window(), &event);  // play, seek and the like
+  } else if (zoom_key == LyricKey::kOther) {
+    CompanionWindow::keyPressEvent(&event);
   }
 }
 

@@ -93,6 +93,10 @@ void VueOpenGL::keyPressEvent(QKeyEvent* event) {
   if (on_key) on_key(*event);
 }
 
+void VueOpenGL::keyReleaseEvent(QKeyEvent* event) {
+  if (on_key_up) on_key_up(*event);
+}
+
 void VueOpenGL::mousePressEvent(QMouseEvent* event) {
   requestActivate();
   if (event->button() == Qt::RightButton && on_menu) on_menu(event->globalPosition().toPoint());

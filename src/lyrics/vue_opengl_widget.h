@@ -39,6 +39,7 @@ class VueOpenGL final : public QWindow {
   // May be empty.
   std::function<void()> on_expose;  ///< it has to be drawn again
   std::function<void(QKeyEvent& event)> on_key;
+  std::function<void(QKeyEvent& event)> on_key_up;
   std::function<void(QPoint at)> on_menu;  ///< where on the screen
   std::function<void()> on_double_click;
   std::function<void(int steps)> on_wheel;  ///< away from the user: above 0
@@ -46,6 +47,7 @@ class VueOpenGL final : public QWindow {
  protected:
   void exposeEvent(QExposeEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void keyReleaseEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
