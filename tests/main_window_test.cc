@@ -1,6 +1,7 @@
 // layer: gui
 #include "app/main_window.h"
 
+#include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
@@ -492,6 +493,35 @@ TEST_F(MainWindow, LettingTheSliderGoWithoutASongChangesNothingAndTheTimerGoesOn
   const int asked = bass.CallCount("BASS_ChannelGetLevel");
   Tick();
   EXPECT_GT(bass.CallCount("BASS_ChannelGetLevel"), asked);
+}
+
+TEST_F(MainWindow, WhatIsHeldIsLetGoWhenABoxOpens) {
+  bass.song.length = 40 * FakeBass::kBytesPerSecond;
+  ASSERT_TRUE(Start());
+  AddSongs({"a.mid"});
+  Click(kPlay);
+  QDialog box(window.get());
+  box.setModal(true);
+  PositionSlider& slider = window->panel().slider();
+  QTest::mousePress(&slider, Qt::LeftButton, {}, {slider.width() / 2, slider.height() / 2});
+  ASSERT_TRUE(state().seeking);
+  box.show();
+  EXPECT_FALSE(state().seeking);
+  EXPECT_NEAR(20.0, static_cast<double>(bass.stream(Stream()).position) / FakeBass::kBytesPerSecond,
+              0.1);
+  box.hide();
+  QTest::mousePress(&Knob(3), Qt::LeftButton, {}, Knob(3).rect().center());
+  ASSERT_EQ(3, program->knobs.held_knob());
+  box.show();
+  EXPECT_EQ(-1, program->knobs.held_knob());
+  box.hide();
+  QTest::mousePress(&Button(kStop), Qt::LeftButton);
+  box.show();
+  EXPECT_EQ(kButtonUp, Button(kStop).drawn_state());
+  EXPECT_NE(0u, Stream());  // it has not been clicked
+  box.hide();
+  Click(kStop);
+  EXPECT_EQ(0u, Stream());
 }
 
 // ---- Markers

@@ -22,6 +22,7 @@
 #include "playlist/list_file.h"
 #include "playlist/play_list_window.h"
 #include "widgets/dropped_data.h"
+#include "widgets/held_control.h"
 
 namespace vexolo {
 namespace {
@@ -614,6 +615,11 @@ void frmMidiTest::SeekBy(double seconds) {
 }
 
 // ---- The window itself
+
+bool frmMidiTest::event(QEvent* event) {
+  if (event->type() == QEvent::WindowBlocked) LetGoControls(*this);
+  return QWidget::event(event);
+}
 
 void frmMidiTest::dragEnterEvent(QDragEnterEvent* event) {
   if (!LocalFiles(*event->mimeData()).empty()) event->acceptProposedAction();

@@ -86,6 +86,7 @@ class frmMidiTest : public QWidget, private StartUpWindows, private CompanionVie
   CompanionWindow* companion(Companion companion);
 
  protected:
+  bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;

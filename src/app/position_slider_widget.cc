@@ -110,7 +110,11 @@ void PositionSlider::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void PositionSlider::mouseReleaseEvent(QMouseEvent* event) {
-  if (!held_ || event->button() != Qt::LeftButton) return;
+  if (event->button() == Qt::LeftButton) LetGo();
+}
+
+void PositionSlider::LetGo() {
+  if (!held_) return;
   held_ = false;
   update();
   if (on_release) on_release(value());

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "app/passage_marks.h"
+#include "widgets/held_control.h"
 
 namespace vexolo {
 
@@ -12,7 +13,7 @@ class Skin;
 
 /// A slider to assistive tools, drawn from the skin. While the mouse holds it, it stands where the
 /// mouse is. Keys go on to the window. Window thread only.
-class PositionSlider : public QSlider {
+class PositionSlider : public QSlider, public HeldControl {
  public:
   static constexpr int kMaximum = 10000;
 
@@ -25,6 +26,8 @@ class PositionSlider : public QSlider {
 
   /// Ignored while the mouse holds the slider.
   void ShowValue(int value);
+
+  void LetGo() override;
 
   /// Shows where the passage that is played begins and ends.
   void ShowPassage(const PassageMarks& marks);

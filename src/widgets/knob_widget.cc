@@ -72,7 +72,11 @@ void KnobWidget::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void KnobWidget::mouseReleaseEvent(QMouseEvent* event) {
-  if (!held_ || event->button() != Qt::LeftButton) return;
+  if (event->button() == Qt::LeftButton) LetGo();
+}
+
+void KnobWidget::LetGo() {
+  if (!held_) return;
   held_ = false;
   if (actions.release) actions.release();
   update();

@@ -4,6 +4,8 @@
 #include <QDial>
 #include <functional>
 
+#include "widgets/held_control.h"
+
 class QPainter;
 
 namespace vexolo {
@@ -24,7 +26,7 @@ struct KnobActions {
 
 /// A dial to assistive tools; it shows the value that it is given and reports what is done to it.
 /// Up and down turn it when it has the focus; other keys go on to the window. Window thread only.
-class KnobWidget : public QDial {
+class KnobWidget : public QDial, public HeldControl {
  public:
   using Painter = std::function<void(QPainter& painter, int value)>;
 
@@ -34,6 +36,8 @@ class KnobWidget : public QDial {
 
   /// The value is kept within the range; repaints when it has changed.
   void ShowValue(int value);
+
+  void LetGo() override;
 
   QSize sizeHint() const override { return size_; }
   QSize minimumSizeHint() const override { return size_; }

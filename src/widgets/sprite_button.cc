@@ -86,10 +86,15 @@ void SpriteButton::mouseMoveEvent(QMouseEvent* event) {
 void SpriteButton::mouseReleaseEvent(QMouseEvent* event) {
   if (held_by_ == 0 || ButtonNumber(event->button()) != held_by_) return;
   const bool inside = rect().contains(event->position().toPoint());
+  LetGo();
+  if (inside && on_click) on_click();
+}
+
+void SpriteButton::LetGo() {
+  if (held_by_ == 0) return;
   held_by_ = 0;
   setDown(false);
   update();
-  if (inside && on_click) on_click();
 }
 
 void SpriteButton::keyPressEvent(QKeyEvent* event) {

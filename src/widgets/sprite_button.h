@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "platform/sprite.h"
+#include "widgets/held_control.h"
 
 namespace vexolo {
 
@@ -19,7 +20,7 @@ inline constexpr int kButtonDown = 1;
 /// Shows one state of its sprite: the pressed one while it is held down, else the one that it was
 /// given. Left and right clicks; Return activates it when it has the focus (the space bar belongs
 /// to the window, where it plays). Window thread only.
-class SpriteButton : public QAbstractButton {
+class SpriteButton : public QAbstractButton, public HeldControl {
  public:
   /// `bitmap`: number of the skin bitmap. `press_shows_down`: whether the pressed state is drawn
   /// while the mouse holds the button.
@@ -38,6 +39,9 @@ class SpriteButton : public QAbstractButton {
   /// the widget, the click.
   std::function<void(int mouse_button)> on_press;
   std::function<void()> on_click;
+
+  /// Without a click.
+  void LetGo() override;
 
   QSize sizeHint() const override;
 
