@@ -64,6 +64,20 @@ TEST_F(Accessibility, NoTwoButtonsOrKnobsHaveTheSameName) {
   for (int i = 0; i < kKnobs; ++i) EXPECT_TRUE(names.insert(NameOf(Knob(i))).second) << i;
 }
 
+TEST_F(Accessibility, EveryControlHasATooltip) {
+  MainPanelWidget& panel = window->panel();
+  std::vector<QWidget*> controls = {&panel.slider(),     &panel.title(),       &panel.time(),
+                                    &panel.level(),      &panel.peak(),        &panel.clip_lamp(),
+                                    &panel.label_gain(), &panel.speed_frame(), &panel.name_plate()};
+  for (int i = 0; i < kSmButtons; ++i) controls.push_back(&Button(i));
+  for (int i = 0; i < kSpeedKnob; ++i) controls.push_back(&Knob(i));  // the speed's is the frame's
+  for (int i = 0; i < kChannels; ++i) controls.push_back(&panel.lamp(i));
+  for (const QWidget* control : controls) {
+    EXPECT_FALSE(control->toolTip().isEmpty())
+        << control->metaObject()->className() << " at " << control->x() << "," << control->y();
+  }
+}
+
 TEST_F(Accessibility, NamesAndTooltipsFollowTheLanguage) {
   const std::string french = NameOf(Button(33));
   state().language_file = folder / "en.lng";

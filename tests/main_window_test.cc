@@ -7,7 +7,9 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QScreen>
+#include <QToolTip>
 #include <QUrl>
+#include <algorithm>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -290,6 +292,20 @@ TEST_F(MainWindow, UpAndDownTurnTheFocusedKnob) {
   EXPECT_EQ(2, state().mix.Transpose);
   EXPECT_EQ(-1, state().mix.Gain);
   EXPECT_EQ(2, Knob(kTransposeKnob).value());
+}
+
+TEST_F(MainWindow, AKnobThatTheKeyboardTurnsTellsItsValueBesideItself) {
+  ASSERT_TRUE(Start());
+  QCursor::setPos(window->mapToGlobal(QPoint(1, 1)));
+  QTest::keyClick(&Knob(kTransposeKnob), Qt::Key_Up);
+  EXPECT_EQ(Text("Knob(Transpose)", {"+1"}), QToolTip::text().toStdString());
+  const QWidgetList windows = QApplication::topLevelWidgets();
+  const auto tip = std::find_if(windows.begin(), windows.end(), [](const QWidget* widget) {
+    return widget->inherits("QTipLabel") && widget->isVisible();
+  });
+  ASSERT_NE(windows.end(), tip);
+  const QRect knob(Knob(kTransposeKnob).mapToGlobal(QPoint()), Knob(kTransposeKnob).size());
+  EXPECT_TRUE(knob.adjusted(-40, -40, 40, 40).intersects((*tip)->geometry()));
 }
 
 TEST_F(MainWindow, PageUpAndDownChangeTheSong) {

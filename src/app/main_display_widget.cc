@@ -87,6 +87,7 @@ void MainDisplay::ReadTexts(const LanguageSection& section) {
   texts_.caption = section.Text("Caption");
   texts_.caption_with_song = section.Text("Main.Caption");
   texts_.title_name = section.Text("Title");
+  texts_.title_tip = section.Text("TitleTip");
   texts_.converting = section.Text("Encodage");
   texts_.converted = section.Text("Converted");
   texts_.no_sound = section.Text("NoSound");
@@ -175,8 +176,18 @@ void MainDisplay::DrawPotard(int index, bool moving) {
   const QString tip = Q(KnobTip(index, value, text));
   if (panel_.potard(index).toolTip() != tip) panel_.potard(index).setToolTip(tip);
   if (index == kSpeedKnob) DescribeSpeed(value);
-  if (moving) QToolTip::showText(QCursor::pos(), tip, &panel_.potard(index));
-  if (index == kGainKnob) panel_.label_gain().setText(Q(LabelGainText(value)));
+  if (moving) ShowTip(index);
+  if (index != kGainKnob) return;
+  panel_.label_gain().setText(Q(LabelGainText(value)));
+  panel_.label_gain().setToolTip(tip);
+}
+
+// Turned with the keyboard, the knob may be far from the mouse.
+void MainDisplay::ShowTip(int index) {
+  KnobWidget& knob = panel_.potard(index);
+  const bool by_mouse = program_.knobs.held_knob() == index || knob.underMouse();
+  const QPoint at = by_mouse ? QCursor::pos() : knob.mapToGlobal(knob.rect().center());
+  QToolTip::showText(at, knob.toolTip(), &knob);
 }
 
 void MainDisplay::DescribeSpeed(int value) {
@@ -261,7 +272,7 @@ void MainDisplay::RefreshTitle() {
   scroller_.SetText(LedText(shown_status_.empty() ? text : shown_status_));
   panel_.title().Print(scroller_.Visible());
   panel_.title().setAccessibleName(Q(texts_.title_name + " – " + (name.empty() ? text : name)));
-  panel_.title().setToolTip(Q(name));
+  panel_.title().setToolTip(Q(name.empty() ? texts_.title_tip : name));
   if (!links.set_caption) return;
   links.set_caption(Q(name.empty() ? texts_.caption : FillIn(texts_.caption_with_song, {name})));
 }

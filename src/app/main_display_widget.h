@@ -90,6 +90,7 @@ class MainDisplay : public TransportView, public MainTimerView {
     std::string caption;
     std::string caption_with_song;
     std::string title_name;
+    std::string title_tip;
     std::string converting;
     std::string converted;
     std::string no_sound;
@@ -103,6 +104,7 @@ class MainDisplay : public TransportView, public MainTimerView {
   void NameControls(const LanguageSection& section);
   void NameKnobs(const LanguageSection& section);
   void DescribeSpeed(int value);
+  void ShowTip(int index);
   void NameButtons();
   void NameButton(int index, const std::string& text);
   void NameMelody();
