@@ -298,6 +298,13 @@ TEST(SpeedKnobText, WithoutASensibleNumberSaysBpm) {
   EXPECT_EQ("  1", SpeedKnobText(60000000, 0).text);
 }
 
+TEST(TransposeValue, IsToldWhileTheKnobIsTurned) {
+  EXPECT_EQ("", TransposeValueText(0));
+  EXPECT_EQ("+2", TransposeValueText(2));
+  EXPECT_EQ("\u221212", TransposeValueText(-12));
+  EXPECT_EQ("+12", TransposeValueText(99));
+}
+
 TEST(LabelGain, IsTheLinearVolumeInPercent) {
   EXPECT_EQ("100 %", LabelGainText(0));
   EXPECT_EQ("200 %", LabelGainText(6));

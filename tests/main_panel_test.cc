@@ -83,6 +83,19 @@ TEST_F(MainPanel, TheTransposeKnobShowsItsFrame) {
   }
 }
 
+TEST_F(MainPanel, ATranspositionIsWrittenUnderItsKnob) {
+  const auto& place = panel::kTransposeValue;
+  const QRect under(place.x, place.y, place.width, place.height);
+  const QImage none = Shown(panel_, under);
+  panel_.DrawKnob(kTransposeKnob, 3, 500000);
+  const QImage three = Shown(panel_, under);
+  EXPECT_NE(none, three);
+  panel_.DrawKnob(kTransposeKnob, -3, 500000);
+  EXPECT_NE(three, Shown(panel_, under));
+  panel_.DrawKnob(kTransposeKnob, 0, 500000);
+  EXPECT_EQ(none, Shown(panel_, under));
+}
+
 TEST_F(MainPanel, TheSpeedKnobShowsThreeCharacters) {
   const auto expect = [this](const std::string& text, bool lit) {
     QWidget& knob = panel_.potard(kSpeedKnob);

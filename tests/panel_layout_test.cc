@@ -58,6 +58,7 @@ std::vector<Named> Captions() {
   all.push_back({"mute", panel::kMuteCaption});
   all.push_back({"gain", panel::kGainCaption});
   all.push_back({"transpose", panel::kTransposeCaption});
+  all.push_back({"transpose value", panel::kTransposeValue});
   all.push_back({"speed", panel::kSpeedCaption});
   all.push_back({"bpm", panel::kSpeedUnit});
   for (const auto& mark : panel::kLevelScale) all.push_back({mark.text, mark.place});

@@ -2,6 +2,7 @@
 
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPaintEvent>
 #include <QPainter>
 #include <algorithm>
 
@@ -10,15 +11,18 @@
 #include "widgets/engraving.h"
 #include "widgets/focus_ring.h"
 #include "widgets/skin.h"
+#include "widgets/window_context.h"
 
 namespace vexolo {
 namespace {
 
 constexpr QSize SizeOf(const panel::Place& place) { return {place.width, place.height}; }
 
-void PutAt(QWidget& widget, const panel::Place& place) {
-  widget.setGeometry(place.x, place.y, place.width, place.height);
+constexpr QRect RectOf(const panel::Place& place) {
+  return {place.x, place.y, place.width, place.height};
 }
+
+void PutAt(QWidget& widget, const panel::Place& place) { widget.setGeometry(RectOf(place)); }
 
 panel::Place SmPlace(int index) {
   if (index < kFirstMuteButton) return panel::SoloPlace(index);
@@ -179,7 +183,19 @@ void MainPanelWidget::DrawKnob(int knob, int value, int base_tempo) {
     base_tempo_ = base_tempo;
     if (before != SpeedKnobText(base_tempo_, value)) potard(knob).update();
   }
+  if (knob == kTransposeKnob && value != transpose_) {
+    transpose_ = value;
+    update(RectOf(panel::kTransposeValue));
+  }
   potard(knob).ShowValue(value);
+}
+
+void MainPanelWidget::paintEvent(QPaintEvent* event) {
+  PanelFaceWidget::paintEvent(event);
+  const QRect place = RectOf(panel::kTransposeValue);
+  if (transpose_ == 0 || !event->region().intersects(place)) return;
+  QPainter painter(this);
+  DrawEngraved(painter, place, Q(TransposeValueText(transpose_)), Lettering::kBright);
 }
 
 void MainPanelWidget::MakeDisplays() {

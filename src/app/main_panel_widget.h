@@ -62,6 +62,9 @@ class MainPanelWidget : public PanelFaceWidget {
   QWidget& speed_frame() { return *speed_frame_; }
   QAbstractButton& name_plate() { return *name_plate_; }
 
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+
  private:
   void MakeButtons();
   void MakeKnobs();
@@ -73,6 +76,7 @@ class MainPanelWidget : public PanelFaceWidget {
 
   const Skin& skin_;
   int base_tempo_ = 0;
+  int transpose_ = 0;
   std::array<SpriteButton*, kSmButtons> sm_{};
   std::array<KnobWidget*, kKnobs> potards_{};
   std::array<LampWidget*, kChannels> lamps_{};

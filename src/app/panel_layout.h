@@ -107,6 +107,8 @@ inline constexpr Place kTransposeCaption{636, kCaptionY, 115, 12};
 inline constexpr Place kTransposePlace{642, 121, 103, 103};
 inline constexpr std::array<ScaleMark, 2> kTransposeScale{
     {{"-12", {646, 226, 30, 11}}, {"+12", {711, 226, 30, 11}}}};
+/// Between the ends of its scale, while the knob is turned away from its middle.
+inline constexpr Place kTransposeValue{677, 225, 34, 13};
 inline constexpr Place kSpeedCaption{638, 241, 110, 12};
 inline constexpr Place kSpeedPlace{668, 258, 50, 30};
 inline constexpr Place kSpeedUnit{668, 291, 50, 12};

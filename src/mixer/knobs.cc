@@ -108,6 +108,11 @@ std::string LabelGainText(int gain) {
   return FormatNumber(LinearGain(gain) * 100, "###0", '.') + " %";
 }
 
+std::string TransposeValueText(int transpose) {
+  const int shown = ClampToDrawn(kTransposeKnob, transpose);
+  return shown == 0 ? std::string() : FormatNumber(shown, "+0;\u22120", '.');
+}
+
 int DraggedValue(int knob, int stored, double x0, double y0, double x, double y) {
   const KnobRange& range = RangeOf(knob);
   const double distance = (range.follows_x ? x - x0 : 0) + (y0 - y);

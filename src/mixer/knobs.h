@@ -66,6 +66,9 @@ SpeedText SpeedKnobText(int base_tempo, int value);
 /// `LabelGain`: the linear volume in percent.
 std::string LabelGainText(int gain);
 
+/// What is written under the Transpose knob while it is turned away from its middle; else empty.
+std::string TransposeValueText(int transpose);
+
 // ---- The mouse.
 
 /// What the value becomes when the mouse has moved: `stored` + the distance from the press (x0, y0)
