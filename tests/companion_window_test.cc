@@ -86,6 +86,17 @@ TEST_F(CompanionWindowTest, APlaceOffTheScreensCountsAsNone) {
   EXPECT_EQ(window.pos(), QPoint(47, 59));
 }
 
+TEST_F(CompanionWindowTest, APlacePartlyOffTheScreenIsKept) {
+  PlainCompanion window(context_, &main_, "Reglage");
+  window.resize(300, 200);
+  WritePlace(ini_, "Reglage", {-20, -10});
+  window.RestorePlace({7, 9});
+  EXPECT_EQ(window.pos(), QPoint(-20, -10));
+  WritePlace(ini_, "Reglage", {-300, 10});
+  window.RestorePlace({7, 9});
+  EXPECT_EQ(window.pos(), main_.pos() + QPoint(7, 9));
+}
+
 TEST_F(CompanionWindowTest, APlaceMayBeCountedFromTheMainWindow) {
   main_.move(40, 50);
   PlainCompanion window(context_, &main_, "Paroles", CompanionWindow::PlaceFrom::kMainWindow);

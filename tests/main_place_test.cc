@@ -11,6 +11,7 @@ namespace {
 
 constexpr WindowExtent kWindow = {900, 420};
 constexpr WindowExtent kScreen = {1600, 1200};
+constexpr Desktop kDesktop = {{0, 0}, kScreen};
 constexpr WindowPlace kCentred = {350, 390};
 
 class MainPlaceTest : public testing::Test {
@@ -18,7 +19,7 @@ class MainPlaceTest : public testing::Test {
   WindowPlace PlaceFor(const char* x, const char* y) {
     ini_.WriteIni("Main", "X", x);
     ini_.WriteIni("Main", "Y", y);
-    return MainPlace(ini_, kWindow, kScreen, kScreen);
+    return MainPlace(ini_, kWindow, kDesktop, kScreen);
   }
   TemporaryFolder folder_;
   FakeMessageBoxes boxes_;
@@ -30,7 +31,7 @@ TEST_F(MainPlaceTest, IsKeptInTwips) {
   StoreMainPlace(ini_, {20, 30});
   EXPECT_EQ("300", ini_.ReadIni("Main", "X"));
   EXPECT_EQ("450", ini_.ReadIni("Main", "Y"));
-  EXPECT_EQ((WindowPlace{20, 30}), MainPlace(ini_, kWindow, kScreen, kScreen));
+  EXPECT_EQ((WindowPlace{20, 30}), MainPlace(ini_, kWindow, kDesktop, kScreen));
 }
 
 TEST_F(MainPlaceTest, BeyondTheScreenTheWindowIsCentred) {
@@ -45,13 +46,24 @@ TEST_F(MainPlaceTest, BeyondTheScreenTheWindowIsCentred) {
 TEST_F(MainPlaceTest, ASecondScreenIsPartOfTheDesktop) {
   ini_.WriteIni("Main", "X", "30000");  // 2000 pixels
   ini_.WriteIni("Main", "Y", "300");
-  EXPECT_EQ((WindowPlace{2000, 20}), MainPlace(ini_, kWindow, {3200, 1200}, kScreen));
+  EXPECT_EQ((WindowPlace{2000, 20}), MainPlace(ini_, kWindow, {{0, 0}, {3200, 1200}}, kScreen));
   ini_.WriteIni("Main", "X", "48000");
-  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, {3200, 1200}, kScreen));
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, {{0, 0}, {3200, 1200}}, kScreen));
+}
+
+TEST_F(MainPlaceTest, ASecondScreenMayStandBeforeTheFirst) {
+  const Desktop desktop = {{-1600, -300}, {3200, 1500}};
+  ini_.WriteIni("Main", "X", "-22500");  // 1500 pixels to the left
+  ini_.WriteIni("Main", "Y", "-4500");
+  EXPECT_EQ((WindowPlace{-1500, -300}), MainPlace(ini_, kWindow, desktop, kScreen));
+  ini_.WriteIni("Main", "X", "24000");
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, desktop, kScreen));
+  ini_.WriteIni("Main", "X", "-37500");
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, desktop, kScreen));
 }
 
 TEST_F(MainPlaceTest, WithoutAPlaceTheWindowIsCentred) {
-  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, kScreen, kScreen));
+  EXPECT_EQ(kCentred, MainPlace(ini_, kWindow, kDesktop, kScreen));
   EXPECT_EQ(kCentred, PlaceFor("", "300"));
 }
 

@@ -176,6 +176,32 @@ TEST_F(MainWindow, EachButtonShowsAndHidesItsWindow) {
   }
 }
 
+TEST_F(MainWindow, AWindowThatIsOpenedForTheFirstTimeIsOnTheScreenAndCoversNoOther) {
+  AddCompanion(Companion::kReglage);
+  AddCompanion(Companion::kLyrics);
+  ASSERT_TRUE(Start());
+  const QRect screen = window->screen()->availableGeometry();
+  window->move(screen.topLeft());
+  Click(InfoOf(Companion::kReglage).button);
+  Click(InfoOf(Companion::kLyrics).button);
+  const QRect main = window->frameGeometry();
+  const QRect channels = window->companion(Companion::kReglage)->frameGeometry();
+  const QRect lyrics = window->companion(Companion::kLyrics)->frameGeometry();
+  for (const QRect& place : {channels, lyrics}) {
+    EXPECT_TRUE(screen.contains(place));
+    EXPECT_FALSE(main.intersects(place));
+  }
+  EXPECT_FALSE(channels.intersects(lyrics));
+}
+
+TEST_F(MainWindow, AWindowThatHasAPlaceOpensThere) {
+  AddCompanion(Companion::kReverb);
+  folder.Write("Vexolo.ini", "[Vexolo]\r\nLng=fr\r\n[Reverb]\r\nX=300\r\nY=450\r\n");
+  ASSERT_TRUE(Start());
+  Click(InfoOf(Companion::kReverb).button);
+  EXPECT_EQ(QPoint(20, 30), window->companion(Companion::kReverb)->pos());
+}
+
 TEST_F(MainWindow, WindowsThatWereOpenAreOpenAgain) {
   for (const Companion companion : kAll) AddCompanion(companion);
   ASSERT_TRUE(Start());

@@ -5,14 +5,15 @@ namespace {
 
 constexpr const char* kSection = "Main";
 
-bool IsOn(const WindowExtent& desktop, const WindowPlace& place, const WindowExtent& window) {
-  return place.x < desktop.width && place.y < desktop.height && place.x + window.width > 0 &&
-         place.y + window.height > 0;
+bool IsOn(const Desktop& desktop, const WindowPlace& place, const WindowExtent& window) {
+  const WindowPlace& corner = desktop.corner;
+  return place.x < corner.x + desktop.extent.width && place.y < corner.y + desktop.extent.height &&
+         place.x + window.width > corner.x && place.y + window.height > corner.y;
 }
 
 }  // namespace
 
-WindowPlace MainPlace(ModIni& ini, const WindowExtent& window, const WindowExtent& desktop,
+WindowPlace MainPlace(ModIni& ini, const WindowExtent& window, const Desktop& desktop,
                       const WindowExtent& screen) {
   const auto kept = ReadPlace(ini, kSection);
   if (kept && IsOn(desktop, *kept, window)) return *kept;

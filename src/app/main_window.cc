@@ -12,9 +12,9 @@
 
 #include "about/about_texts.h"
 #include "app/dropped_songs.h"
+#include "app/free_place.h"
 #include "app/help_page.h"
 #include "app/main_place.h"
-#include "app/panel_layout.h"
 #include "app/time_dialog.h"
 #include "mixer/channel_strips.h"
 #include "mixer/sound_font_info.h"
@@ -27,10 +27,9 @@
 namespace vexolo {
 namespace {
 
-constexpr int kEncodingInterval = 250;    // milliseconds
-constexpr int kSavePlaceDelay = 200;      // a drag moves the window many times a second
-constexpr int kFirstPaintTime = 50;       // at most, before the audio library is started
-constexpr int kBesideTheMainWindow = 16;  // pixels, for windows that have no place yet
+constexpr int kEncodingInterval = 250;  // milliseconds
+constexpr int kSavePlaceDelay = 200;    // a drag moves the window many times a second
+constexpr int kFirstPaintTime = 50;     // at most, before the audio library is started
 
 constexpr const char* kStartMarker = "Start";  // of section "Temps"
 constexpr const char* kEndMarker = "End";
@@ -91,20 +90,7 @@ MainCommand CommandOf(const QKeyEvent& event) {
   return MainCommand::kNone;
 }
 
-/// Where a companion window opens that has no place yet: offsets from the main window's corner.
-QPoint DefaultPlace(Companion companion) {
-  switch (companion) {
-    case Companion::kReglage:
-      return {0, panel::kHeight + 3 * kBesideTheMainWindow};
-    case Companion::kReverb:
-      return {panel::kWidth / 2, panel::kHeight + 3 * kBesideTheMainWindow};
-    case Companion::kLyrics:
-      return {0, -panel::kHeight - 3 * kBesideTheMainWindow};
-    case Companion::kPlayList:
-      break;
-  }
-  return {panel::kWidth + kBesideTheMainWindow, 0};
-}
+ScreenArea AreaOf(const QRect& rect) { return {rect.x(), rect.y(), rect.width(), rect.height()}; }
 
 }  // namespace
 
@@ -278,10 +264,11 @@ void frmMidiTest::MarkMissingWindows() {
 }
 
 void frmMidiTest::RestorePlace() {
-  const QSize desktop = screen()->virtualSize();
+  const QRect desktop = screen()->virtualGeometry();
   const QSize area = screen()->size();
   const WindowPlace place =
-      MainPlace(program_.ini, {width(), height()}, {desktop.width(), desktop.height()},
+      MainPlace(program_.ini, {width(), height()},
+                {{desktop.x(), desktop.y()}, {desktop.width(), desktop.height()}},
                 {area.width(), area.height()});
   move(place.x, place.y);
 }
@@ -293,7 +280,7 @@ void frmMidiTest::CreateCompanion(Companion companion) {
   other = make(*this);
   if (other.lyrics != nullptr) program_.lyric_display.set_display(other.lyrics);
   other.window->LoadLanguage();
-  other.window->RestorePlace(DefaultPlace(companion));
+  other.window->RestorePlace({});
   other.window->set_closed_by_user([this, companion] { toggles_.ClosedByUser(companion); });
 }
 
@@ -507,7 +494,26 @@ bool frmMidiTest::IsShown(Companion companion) const {
 }
 
 void frmMidiTest::SetShown(Companion companion, bool shown) {
-  if (CompanionWindow* window = plugged(companion).window.get()) window->setVisible(shown);
+  CompanionWindow* window = plugged(companion).window.get();
+  if (window == nullptr) return;
+  // The list has a place of its own under this window.
+  if (shown && companion != Companion::kPlayList && !ReadPlace(program_.ini, window->section())) {
+    MoveToFreePlace(*window);
+  }
+  window->setVisible(shown);
+}
+
+void frmMidiTest::MoveToFreePlace(CompanionWindow& window) {
+  std::vector<ScreenArea> taken = {AreaOf(frameGeometry())};
+  for (const PluggedCompanion& other : companions_) {
+    if (other.window && other.window->isVisible()) {
+      taken.push_back(AreaOf(other.window->frameGeometry()));
+    }
+  }
+  const QSize extent = window.size() + (frameGeometry().size() - size());
+  const WindowPlace place =
+      FreePlace(AreaOf(screen()->availableGeometry()), taken, {extent.width(), extent.height()});
+  window.move(place.x, place.y);
 }
 
 void frmMidiTest::LyricsShow(bool show) {

@@ -121,6 +121,7 @@ class frmMidiTest : public QWidget, private StartUpWindows, private CompanionVie
   // For the toggles.
   bool IsShown(Companion companion) const override;
   void SetShown(Companion companion, bool shown) override;
+  void MoveToFreePlace(CompanionWindow& window);
   void DrawFace(Companion companion, bool pressed) override {
     display_.DrawFace(companion, pressed);
   }

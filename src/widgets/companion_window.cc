@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
+#include <algorithm>
 
 #include "settings/window_place.h"
 
@@ -13,11 +14,11 @@ namespace {
 
 constexpr int kSaveDelay = 200;  // milliseconds
 
-bool IsOnAScreen(QPoint corner) {
-  for (const QScreen* screen : QGuiApplication::screens()) {
-    if (screen->geometry().contains(corner)) return true;
-  }
-  return false;
+bool IsOnAScreen(const QRect& window) {
+  const QList<QScreen*> screens = QGuiApplication::screens();
+  return std::any_of(screens.begin(), screens.end(), [&window](const QScreen* screen) {
+    return screen->geometry().intersects(window);
+  });
 }
 
 }  // namespace
@@ -40,7 +41,7 @@ void CompanionWindow::RestorePlace(QPoint beside) {
   if (const auto place = ReadPlace(context_.ini, section_)) {
     QPoint kept(place->x, place->y);
     if (place_from_ == PlaceFrom::kMainWindow) kept += main_corner;
-    if (IsOnAScreen(kept)) corner = kept;
+    if (IsOnAScreen({kept, size()})) corner = kept;
   }
   move(corner);
   save_timer_.stop();  // nothing the user has done
