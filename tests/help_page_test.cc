@@ -103,6 +103,15 @@ TEST_P(HelpPages, ExplainEveryNumberOnThePicture) {
   EXPECT_EQ(Find(page_, R"re(<span class="pin"[^>]*>([0-9]+)</span>)re"), numbers);
 }
 
+TEST_P(HelpPages, NameEveryKey) {
+  const Matches named = Find(page_, "<kbd>([^<]*)</kbd>");
+  const std::set<std::string> keys(named.begin(), named.end());
+  for (const char* key : {"←", "→", "↑", "↓", "Tab", "F1", "F11", "O", "R", "L", "P",
+                          "A", "S", "T", "C", "Alt", "0",  "1",   "9", "+", "−"}) {
+    EXPECT_TRUE(keys.contains(key)) << key;
+  }
+}
+
 // What the numbers speak of, in their order; of a group, the control in its middle.
 const std::array kExplained = {
     panel::kDisplayGlass,       panel::kTime.Text(),        panel::kPosition,
