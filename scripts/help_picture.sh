@@ -19,11 +19,12 @@ cp -a "$1" "$folder/program"
 cp "$here/songs/au-clair-de-la-lune.kar" "$folder/"
 
 for language in fr en es de; do
+  rm -f "$folder/program/Vexolo.zvp"  # the last list
   printf '[Vexolo]\r\nLng=%s\r\n' "$language" >"$folder/program/Vexolo.ini"
   QT_SCALE_FACTOR=2 "$folder/program/vexolo" "$folder/au-clair-de-la-lune.kar" 2>"$folder/log" &
   program=$!
   window=""
-  for attempt in 1 2 3 4 5 6 7 8 9 10; do
+  for attempt in $(seq 60); do
     sleep 1
     window=$(xdotool search --pid "$program" --onlyvisible --name "clair de la lune" | tail -1) || true
     [ -z "$window" ] || break
