@@ -11,6 +11,9 @@ cmake -S . -B build-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DVEXOLO_FUZZ=ON 
 # shellcheck disable=SC2086
 cmake --build build-fuzz -j "${COMPILE_JOBS:-$(nproc)}" --target $targets
 
+# Some write files again and again, and wait for the disk each time.
+if [ -z "${TMPDIR:-}" ] && [ -w /dev/shm ]; then export TMPDIR=/dev/shm; fi
+
 # Run by xargs below, once for each target.
 run_one='
   minutes=$1
