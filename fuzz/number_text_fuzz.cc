@@ -17,8 +17,8 @@ using fuzz::Require;
 void CheckNumber(double value) {
   Require(std::isfinite(value));
   const double again = TextToNumber(NumberToText(value));
-  // 15 digits are written.
-  Require(std::abs(again - value) <= 1e-14 * std::abs(value));
+  // 15 digits are written; so rounded, the very greatest are too large for a double.
+  if (std::abs(value) < 1.79e308) Require(std::abs(again - value) <= 1e-14 * std::abs(value));
   for (const char* format : {"0", "#####0.0", "00.000", "+0;-0;=0"}) {
     const std::string text = FormatNumber(value, format, ',');
     Require(!text.empty() && text.find('.') == std::string::npos);
