@@ -106,6 +106,7 @@ class NoWindows : public StartUpWindows,
   void ShowTags(ConversionForm& form, bool) override { fill_in(form); }
   void ShowRun() override {}
   void EndRun() override {}
+  void TellConverted() override {}
   void EnableTimerEncodage(bool) override {}
   void ShowSummary(const std::string&, const std::string&) override {}
 
