@@ -448,6 +448,24 @@ TEST_F(LyricWindowTest, FullScreenComesByKeyAndDoubleClickAndGoesByEscape) {
   EXPECT_TRUE(window.isVisible());
 }
 
+TEST_F(LyricWindowTest, InFullScreenTheSurfaceFillsTheScreenAndAPointerAtRestDisappears) {
+  OGLWin& window = Show();
+  QTest::keyClick(&window.view(), Qt::Key_F11);
+  QTest::qWait(50);
+  EXPECT_EQ(window.screen()->geometry().size(), window.view().size());
+  const auto is_hidden = [&] { return window.view().cursor().shape() == Qt::BlankCursor; };
+  EXPECT_FALSE(is_hidden());
+  EXPECT_TRUE(QTest::qWaitFor(is_hidden, 5000));
+  QTest::mouseMove(&window.view(), {30, 40});
+  QTest::mouseMove(&window.view(), {31, 41});
+  EXPECT_FALSE(is_hidden());
+  EXPECT_TRUE(QTest::qWaitFor(is_hidden, 5000));
+  QTest::keyClick(&window.view(), Qt::Key_Escape);
+  QTest::qWait(50);
+  EXPECT_FALSE(is_hidden());
+  EXPECT_EQ(window.height() - 15, window.view().height());
+}
+
 TEST_F(LyricWindowTest, FullScreenIsRememberedAndPlaceAndSizeAreTheOrdinaryOnes) {
   OGLWin& window = Show();
   window.setGeometry(QRect(main_.pos() + QPoint(30, 40), QSize(610, 410)));

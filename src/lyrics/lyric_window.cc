@@ -21,6 +21,7 @@ constexpr int kBelowTheView = 15;                    ///< pixels of the window u
 constexpr std::chrono::milliseconds kForLetters{4};  ///< of each tick, while they are made
 constexpr QSize kSmallest = {200, 120};
 constexpr QSize kUsual = {640, 420};
+constexpr int kPointerRest = 2000;  ///< milliseconds after which the pointer is in the way
 
 LyricKey KeyOf(const QKeyEvent& event) {
   const int key = event.key();
@@ -54,6 +55,10 @@ OGLWin::OGLWin(const WindowContext& context, QWidget* main_window, LyricWindowPa
   resize(kUsual);
   timer_.setTimerType(Qt::PreciseTimer);
   QObject::connect(&timer_, &QTimer::timeout, this, [this] { TimerTick(); });
+  pointer_timer_.setSingleShot(true);
+  pointer_timer_.setInterval(kPointerRest);
+  QObject::connect(&pointer_timer_, &QTimer::timeout, this,
+                   [this] { view_->setCursor(Qt::BlankCursor); });
   ConnectView();
   ReadRefreshRate();
   ApplyTheme();
@@ -80,6 +85,7 @@ void OGLWin::ConnectView() {
   view_->on_menu = [this](QPoint at) { ShowMenu(at); };
   view_->on_double_click = [this] { ChooseFullScreen(!options_.full_screen); };
   view_->on_wheel = [this](int steps) { Zoom(steps); };
+  view_->on_mouse_move = [this] { ShowPointer(); };
 }
 
 // ---- Load and unload
@@ -223,7 +229,8 @@ void OGLWin::resizeEvent(QResizeEvent* event) {
 }
 
 void OGLWin::Resize() {
-  container_->setGeometry(0, 0, width(), std::max(height() - kBelowTheView, 1));
+  const int foot = options_.full_screen ? 0 : kBelowTheView;
+  container_->setGeometry(0, 0, width(), std::max(height() - foot, 1));
   if (is_loaded_ && view_->MakeCurrent()) UpdateViewport();
   scene_.EffaceLyrics();
   scene_.DisplayLyrics(scene_.mark_index());
@@ -292,6 +299,7 @@ void OGLWin::ChooseSecondScreen(bool second_screen) {
 }
 
 void OGLWin::ApplyFullScreen() {
+  ShowPointer();
   if (!options_.full_screen) {
     showNormal();
     if (ordinary_place_.isValid()) setGeometry(ordinary_place_);
@@ -302,6 +310,16 @@ void OGLWin::ApplyFullScreen() {
   if (target != screen()) setScreen(target);
   setGeometry(target->geometry());
   showFullScreen();
+}
+
+/// Full screen belongs to the words: a pointer at rest disappears.
+void OGLWin::ShowPointer() {
+  view_->unsetCursor();
+  if (options_.full_screen) {
+    pointer_timer_.start();
+  } else {
+    pointer_timer_.stop();
+  }
 }
 
 QScreen* OGLWin::TargetScreen() const {

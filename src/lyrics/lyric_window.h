@@ -97,6 +97,7 @@ class OGLWin final : public CompanionWindow {
   void ChooseTheme(int theme);
   void ChooseCodePage(std::int16_t page);
   void ApplyFullScreen();
+  void ShowPointer();
   void ApplyOnTop();
   void ApplyTheme();
   void Zoom(int steps);
@@ -116,6 +117,7 @@ class OGLWin final : public CompanionWindow {
   VueOpenGL* view_;     ///< belongs to container_
   QWidget* container_;  ///< puts the surface into this window
   QTimer timer_;
+  QTimer pointer_timer_;
   QElapsedTimer since_tick_;
   int interval_ = 0;
   bool is_loaded_ = false;

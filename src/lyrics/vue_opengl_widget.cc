@@ -106,6 +106,10 @@ void VueOpenGL::mouseDoubleClickEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton && on_double_click) on_double_click();
 }
 
+void VueOpenGL::mouseMoveEvent(QMouseEvent*) {
+  if (on_mouse_move) on_mouse_move();
+}
+
 void VueOpenGL::wheelEvent(QWheelEvent* event) {
   wheel_rest_ += event->angleDelta().y();
   const int steps = wheel_rest_ / kNotch;

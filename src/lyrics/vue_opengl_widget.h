@@ -43,6 +43,7 @@ class VueOpenGL final : public QWindow {
   std::function<void(QPoint at)> on_menu;  ///< where on the screen
   std::function<void()> on_double_click;
   std::function<void(int steps)> on_wheel;  ///< away from the user: above 0
+  std::function<void()> on_mouse_move;
 
  protected:
   void exposeEvent(QExposeEvent* event) override;
@@ -50,6 +51,7 @@ class VueOpenGL final : public QWindow {
   void keyReleaseEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
 
  private:
