@@ -50,6 +50,7 @@ acceptance: program
 	@scripts/install.sh acceptance
 	@python3 scripts/acceptance/files.py $(BUILD)/program songs/*.mid songs/*.kar
 	@python3 scripts/acceptance/lyrics.py $(BUILD)/program songs/a-la-claire-fontaine.mid
+	@xvfb-run -a -s "-screen 0 1600x1200x24" python3 scripts/acceptance/window.py $(BUILD)
 
 fuzz:
 	@scripts/install.sh build fuzz

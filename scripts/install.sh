@@ -9,7 +9,7 @@ packages_of() {
     run) echo "fluid-soundfont-gm lame libgl1-mesa-dri qt6-translations-l10n fonts-comic-neue" ;;
     test) echo "timgm6mb-soundfont fluid-soundfont-gm lame xvfb xauth libgl1-mesa-dri fonts-dejavu-core fonts-comic-neue" ;;
     bench) echo "fluidsynth timidity fluid-soundfont-gm timgm6mb-soundfont lame python3 xvfb xauth libxtst6" ;;
-    acceptance) echo "python3 ffmpeg id3v2 mp3info vorbis-tools" ;;
+    acceptance) echo "python3 ffmpeg id3v2 mp3info vorbis-tools sox lame xvfb xauth" ;;
     fuzz) echo "clang libclang-rt-14-dev" ;;
     pictures) echo "xvfb xauth xdotool imagemagick" ;;
     style) echo "clang-format python3" ;;

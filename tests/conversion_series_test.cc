@@ -597,15 +597,26 @@ TEST_F(ConversionSeriesTest, CancelEndsTheWholeList) {
   EXPECT_FALSE(state_.convert_all);
 }
 
-TEST_F(ConversionSeriesTest, CancelBetweenTwoSongsEndsTheListAtOnce) {
+TEST_F(ConversionSeriesTest, CancelBetweenTwoSongsEndsTheList) {
   ConfirmAll();
   series_.Action_Record();
   ASSERT_TRUE(WaitFor([this] { return view_.timer; }));
   series_.Cancel();
-  EXPECT_FALSE(series_.is_under_way());
+  ASSERT_TRUE(WaitFor([this] { return !series_.is_under_way(); })) << "without the timer";
   EXPECT_FALSE(view_.timer);
+  EXPECT_EQ(1u, view_.titles.size());
   ASSERT_EQ(1u, view_.summaries.size());
   EXPECT_EQ("Done: 1\n\nCancelled.\n", view_.summaries[0]);
+}
+
+TEST_F(ConversionSeriesTest, TheNextSongWaitsForTheTimer) {
+  ConfirmAll();
+  series_.Action_Record();
+  ASSERT_TRUE(WaitFor([this] { return view_.timer; }));
+  EXPECT_FALSE(window_.RunUntil([this] { return view_.titles.size() > 1; }, milliseconds(1500)));
+  series_.TimerEncodage_Timer();
+  EXPECT_EQ(2u, view_.titles.size()) << "it has been opened meanwhile";
+  Wait();
 }
 
 TEST_F(ConversionSeriesTest, AbandonInADialogThatConfirmsItselfEndsTheList) {

@@ -3,7 +3,7 @@
 
 usage: window.py BUILD_FOLDER [PART...]     (on a display, or under xvfb-run)
 
-Parts (all without one): formats  answers  same  speed  many
+Parts (all without one): formats  answers  failures  same  speed  many
 """
 import datetime
 import filecmp
@@ -36,19 +36,19 @@ class Acceptance:
     def __init__(self, build):
         self.program = os.path.join(build, "program")
         self.window = os.path.join(build, "tests", "window_conversion")
-        self.failures = 0
+        self.wrong = 0
         self.folder = tempfile.mkdtemp()
         self.songs = [shutil.copy(song, self.folder) for song in SONGS]
 
     def expect(self, good, text):
         print(("  ok     " if good else "  WRONG  ") + text)
-        self.failures += not good
+        self.wrong += not good
 
     def convert(self, folder, audio_format, songs=None, **options):
+        options = {"oggenc": os.path.realpath(self.program + "/oggenc"), **options}
         settings = [f"--{key}={value}" for key, value in options.items() if value is not True]
         settings += [f"--{key}" for key, value in options.items() if value is True]
         out = output_of(self.window, "--bank=" + os.path.realpath(self.program + "/Orvanel.SF2"),
-                        "--oggenc=" + os.path.realpath(self.program + "/oggenc"),
                         "--folder=" + folder, "--format=" + audio_format, *settings,
                         *(songs or self.songs))
         return json.loads(out)
@@ -131,6 +131,39 @@ class Acceptance:
             self.expect(kept == (len(before) if answer == "no" else 0), f"{kept} files kept")
             self.expect(len(now) == len(before), "no file more or less")
 
+    def expect_told(self, what, folder, audio_format, songs, reason, **options):
+        report = self.convert(folder, audio_format, songs, **options)
+        told = [line.strip() for line in report["summary"].splitlines() if reason in line]
+        self.expect(bool(told), f"{what}: {told[0] if told else report['summary']!r}")
+        self.expect(report["shown"] == 0, "no message stops the list")
+        return report
+
+    def failures(self):
+        """What can go wrong in a list is told in its summary, in French, and the list goes on."""
+        bad = os.path.join(self.folder, "bad.mid")
+        with open(bad, "wb") as file:
+            file.write(b"this is no song")
+        folder = os.path.join(self.folder, "failures")
+        report = self.expect_told("a song that is none", folder, "wav",
+                                    [bad, self.songs[2]], "bad.mid\u00a0: chanson illisible")
+        self.expect("converties\u00a0: 1" in report["summary"], "the other song is converted")
+        self.expect_told("no encoder", folder, "ogg", self.songs[:1], "encodeur introuvable",
+                           oggenc="/nowhere/oggenc")
+        self.expect_told("a folder that takes no file", "/proc/self/out", "wav", self.songs[:1],
+                           "impossible d’écrire dans le dossier")
+        small = os.path.join(self.folder, "small")
+        os.mkdir(small)
+        mount = ["mount", "-t", "tmpfs", "-o", "size=1m", "tmpfs", small]
+        if subprocess.run(mount, capture_output=True).returncode == 0:
+            try:
+                for audio_format in FORMATS:
+                    self.expect_told(f"a full disk, {audio_format}", small, audio_format,
+                                       self.songs[:1], "plus assez de place sur le disque")
+            finally:
+                subprocess.run(["umount", small], check=True)
+        else:
+            print("        (a full disk cannot be made here)")
+
     def same(self):
         """Window and command line give the same bytes."""
         for audio_format in FORMATS:
@@ -182,7 +215,7 @@ class Acceptance:
         print(f"        worst wait {report['worst_ms']} ms, longest work {report['busiest_ms']} ms")
 
 
-PARTS = ("formats", "answers", "same", "speed", "many")
+PARTS = ("formats", "answers", "failures", "same", "speed", "many")
 
 
 def main():
@@ -200,8 +233,8 @@ def main():
             getattr(acceptance, part)()
     finally:
         shutil.rmtree(acceptance.folder, ignore_errors=True)
-    print(f"{acceptance.failures} wrong" if acceptance.failures else "All as it should be.")
-    return 1 if acceptance.failures else 0
+    print(f"{acceptance.wrong} wrong" if acceptance.wrong else "All as it should be.")
+    return 1 if acceptance.wrong else 0
 
 
 if __name__ == "__main__":

@@ -94,6 +94,7 @@ void ConversionSeries::Prepare() {
 
 void ConversionSeries::Opened(const OpenedSong& song) {
   if (cancelled_) {
+    if (is_series_) summary_.Cancelled();
     Finish();
     return;
   }
@@ -223,39 +224,46 @@ void ConversionSeries::Report(const RunOutcome& outcome) {
   }
 }
 
+// The next song is opened while the timer runs.
 void ConversionSeries::GoOn() {
-  if (cancelled_ || !parts_.state.convert_all) {
-    Finish();
-    return;
-  }
-  phase_ = Phase::kWaiting;
-  parts_.view.EnableTimerEncodage(true);
-}
-
-void ConversionSeries::TimerEncodage_Timer() {
-  parts_.view.EnableTimerEncodage(false);
-  if (phase_ != Phase::kWaiting) return;
-  const std::optional<std::string> next = parts_.transport.NextToConvert();
+  std::optional<std::string> next;
+  if (!cancelled_) next = parts_.transport.NextToConvert();
   if (!next) {
     Finish();
     return;
   }
-  Attempt([&] {
-    song_ = *next;
-    place_ = parts_.state.playlist.current();
-    ++number_;
-    Prepare();
+  song_ = *next;
+  place_ = parts_.state.playlist.current();
+  name_ = StemOf(song_);
+  ++number_;
+  phase_ = Phase::kWaiting;
+  has_ticked_ = false;
+  opened_.reset();
+  parts_.view.EnableTimerEncodage(true);
+  job_.Open(SongForJob(), [this](const OpenedSong& song) {
+    Attempt([&] {
+      opened_ = song;
+      Continue();
+    });
   });
+}
+
+void ConversionSeries::TimerEncodage_Timer() {
+  parts_.view.EnableTimerEncodage(false);
+  has_ticked_ = true;
+  Attempt([this] { Continue(); });
+}
+
+void ConversionSeries::Continue() {
+  if (phase_ != Phase::kWaiting || !opened_) return;
+  if (has_ticked_ || cancelled_) Opened(*opened_);
 }
 
 void ConversionSeries::Cancel() {
   if (phase_ == Phase::kIdle) return;
   cancelled_ = true;
   job_.Cancel();
-  if (phase_ == Phase::kWaiting) {
-    summary_.Cancelled();
-    Finish();
-  }
+  Continue();
 }
 
 void ConversionSeries::Finish() {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/conversion_job.h"
@@ -80,7 +81,7 @@ class ConversionSeries {
   /// after the dialog without a song, a message says so.
   void Action_Record();
 
-  /// A tick of `TimerEncodage`: goes on with the next song of the list.
+  /// A tick of `TimerEncodage`: goes on with the next song of the list, once that is open.
   void TimerEncodage_Timer();
 
   /// Ends the run, and with it the series.
@@ -100,7 +101,7 @@ class ConversionSeries {
     kOpening,  ///< the song is opened, to know whose it is
     kAsking,   ///< the dialog is shown
     kRunning,
-    kWaiting,  ///< for the timer
+    kWaiting,  ///< for the timer, and for the next song to be open
   };
 
   /// What is thrown for want of memory or of a thread goes on to the caller, and ends the series.
@@ -118,6 +119,7 @@ class ConversionSeries {
   void Report(const RunOutcome& outcome);
   void NoteResult(const RunResult& result);
   void GoOn();
+  void Continue();
   void Finish();
 
   bool IsLoaded() const;
@@ -136,6 +138,8 @@ class ConversionSeries {
   bool is_shown_ = false;  ///< the progress is
   bool cancelled_ = false;
   int number_ = 0;
+  bool has_ticked_ = false;           ///< the timer, since the last song
+  std::optional<OpenedSong> opened_;  ///< the next song
   BorrowedTags borrowed_;
   ConversionSummary summary_;
 };

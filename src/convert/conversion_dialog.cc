@@ -61,8 +61,8 @@ Tags::Tags(const WindowContext& context, ConversionForm& form, bool confirms_its
   column->addWidget(MakeRecordingFrame());
   column->addWidget(MakeTagsFrame());
   column->addWidget(MakeLyricsFrame());
+  column->addStretch(1);
   column->addLayout(MakeButtons());
-  column->setSizeConstraint(QLayout::SetDefaultConstraint);
   InitGenres();
   LoadLanguage();
   Form_Load();
@@ -323,7 +323,10 @@ void Tags::Form_Load() {
   TextPiste->setText(Q(boxes.track));
   ComboGenre->setCurrentIndex(boxes.genre);
   TextCommentaire->setText(Q(boxes.comment));
-  TextCommentaire->setCursorPosition(0);
+  // Of a long text the beginning is seen.
+  for (QLineEdit* box : {TextArtiste, TextTitre, TextAlbum, TextCommentaire}) {
+    box->setCursorPosition(0);
+  }
   LyricsMax->setText(Q(boxes.line_length));
   CheckKOK->setChecked(boxes.make_lyrics_file);
   RecFolder->setText(Q(boxes.folder));

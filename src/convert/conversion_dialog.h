@@ -24,7 +24,7 @@ class ElidedLabel;
 /// opening. Window thread only.
 class Tags : public QDialog {
  public:
-  static constexpr int kTimerInterval = 150;  ///< of `Timer1`, milliseconds
+  static constexpr int kTimerInterval = 100;  ///< of `Timer1`, milliseconds
 
   /// `form` must outlive the dialog. `confirms_itself`: the whole list is being converted, and the
   /// timer confirms for the user.
