@@ -98,7 +98,7 @@ TEST_F(RunReportTest, AnEncoderThatIsMissingIsNamed) {
   const RunResult result = Result(RunStatus::kCannotStart);
   EXPECT_THAT(Reason(result, AudioFormat::kMp3), HasSubstr("lame"));
   EXPECT_THAT(Error(result, AudioFormat::kOgg), HasSubstr("oggenc"));
-  EXPECT_EQ(CauseOf(Result(RunStatus::kCannotStart, "/nowhere/a.wav"), AudioFormat::kWav),
+  EXPECT_EQ(CauseOf(Result(RunStatus::kCannotStart, folder_ / "missing/a.wav"), AudioFormat::kWav),
             RunCause::kNotWritable)
       << "a WAV file needs no program";
 }
@@ -106,8 +106,9 @@ TEST_F(RunReportTest, AnEncoderThatIsMissingIsNamed) {
 TEST_F(RunReportTest, AnEncoderThatFailsIsToldFromAPlaceThatTakesNoFile) {
   EXPECT_EQ(CauseOf(Result(RunStatus::kEncoderFailed, folder_ / "a.mp3"), AudioFormat::kMp3),
             RunCause::kEncoderFailed);
-  EXPECT_EQ(CauseOf(Result(RunStatus::kEncoderFailed, "/nowhere/a.mp3"), AudioFormat::kMp3),
-            RunCause::kNotWritable);
+  EXPECT_EQ(
+      CauseOf(Result(RunStatus::kEncoderFailed, folder_ / "missing/a.mp3"), AudioFormat::kMp3),
+      RunCause::kNotWritable);
   std::filesystem::create_directory(folder_ / "b.mp3");
   EXPECT_EQ(CauseOf(Result(RunStatus::kEncoderFailed, folder_ / "b.mp3"), AudioFormat::kMp3),
             RunCause::kNotWritable);
