@@ -1,11 +1,18 @@
 // layer: core
 #include "platform/interrupt.h"
 
+#include <cerrno>
 #include <chrono>
+#include <cstdlib>
+#include <string>
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
+
+#include "fakes/temporary_folder.h"
+#include "platform/file_io.h"
 
 namespace vexolo {
 namespace {
@@ -48,6 +55,18 @@ TEST(InterruptDeathTest, RequestAfterTheWatchEndsTheProgram) {
         raise(SIGINT);
       },
       testing::KilledBySignal(SIGINT), "");
+}
+
+TEST(SurviveFileSizeLimit, WritingBeyondTheLimitIsAnErrorAndNoEnd) {
+  const TemporaryFolder folder;
+  const auto write = [&] {
+    SurviveFileSizeLimit();
+    const rlimit limit = {1000, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const auto error = WriteWholeFile(folder / "a", std::string(5000, 'a'));
+    return error ? error->number : 0;
+  };
+  EXPECT_EXIT(std::_Exit(write()), testing::ExitedWithCode(EFBIG), "");
 }
 
 }  // namespace

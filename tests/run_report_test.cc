@@ -114,6 +114,11 @@ TEST_F(RunReportTest, AnEncoderThatFailsIsToldFromAPlaceThatTakesNoFile) {
             RunCause::kNotWritable);
 }
 
+TEST_F(RunReportTest, AWavFileThatStopsGrowingIsNoEncodersFault) {
+  const RunResult result = Result(RunStatus::kEncoderFailed, folder_ / "a.wav");
+  EXPECT_EQ(CauseOf(result, AudioFormat::kWav), RunCause::kDiskFull);
+}
+
 TEST_F(RunReportTest, ARefusedFieldIsNamedAsTheDialogNamesIt) {
   RunResult result = Result(RunStatus::kFieldRefused);
   result.field = CommandField::kTitle;

@@ -15,6 +15,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -44,14 +45,17 @@ class Acceptance:
         print(("  ok     " if good else "  WRONG  ") + text)
         self.wrong += not good
 
-    def convert(self, folder, audio_format, songs=None, **options):
+    def convert(self, folder, audio_format, songs=None, under=(), **options):
+        """`under`: a command that runs the program."""
         options = {"oggenc": os.path.realpath(self.program + "/oggenc"), **options}
         settings = [f"--{key}={value}" for key, value in options.items() if value is not True]
         settings += [f"--{key}" for key, value in options.items() if value is True]
-        out = output_of(self.window, "--bank=" + os.path.realpath(self.program + "/Orvanel.SF2"),
+        out = output_of(*under, self.window, "--bank=" + os.path.realpath(self.program + "/Orvanel.SF2"),
                         "--folder=" + folder, "--format=" + audio_format, *settings,
                         *(songs or self.songs))
-        return json.loads(out)
+        report = json.loads(out)
+        report["summary"] = report["summary"].replace("\u00a0", " ")
+        return report
 
     def command_line(self, folder, audio_format, songs=None):
         """The same by vexolo-convert, with the comments that the dialog proposes."""
@@ -62,7 +66,7 @@ class Acceptance:
         begun = time.monotonic()
         for song in songs or self.songs:
             comment = f"Converti de {os.path.basename(song)} le {day} avec Vexolo V{version}"
-            output_of(self.program + "/vexolo-convert", "-y", "-q", "-f", audio_format, "-b", "128",
+            output_of(self.program + "/vexolo-convert", "-y", "-q", "-f", audio_format, "-r", "128",
                       "-o", folder, "--comment=" + comment, song)
         return time.monotonic() - begun
 
@@ -145,24 +149,65 @@ class Acceptance:
             file.write(b"this is no song")
         folder = os.path.join(self.folder, "failures")
         report = self.expect_told("a song that is none", folder, "wav",
-                                    [bad, self.songs[2]], "bad.mid\u00a0: chanson illisible")
-        self.expect("converties\u00a0: 1" in report["summary"], "the other song is converted")
+                                    [bad, self.songs[2]], "bad.mid : chanson illisible")
+        self.expect("converties : 1" in report["summary"], "the other song is converted")
         self.expect_told("no encoder", folder, "ogg", self.songs[:1], "encodeur introuvable",
-                           oggenc="/nowhere/oggenc")
+                           oggenc=os.path.join(self.folder, "missing", "oggenc"))
+        self.dying_encoder(folder)
         self.expect_told("a folder that takes no file", "/proc/self/out", "wav", self.songs[:1],
                            "impossible d’écrire dans le dossier")
+        self.expect_told("files may not be longer than a megabyte", folder, "wav", self.songs[:1],
+                         "plus assez de place sur le disque", answer="yes",
+                         under=("prlimit", "--fsize=1000000"))
+        self.full_disk()
+
+    def dying_encoder(self, folder):
+        """It dies once."""
+        script = os.path.join(self.folder, "dying")
+        with open(script, "w", encoding="utf-8") as file:
+            file.write(f'''#!/bin/sh
+if [ -e "$0.died" ]; then exec "{os.path.realpath(self.program)}/oggenc" "$@"; fi
+: > "$0.died"
+head -c 1000000 > /dev/null
+exit 1
+''')
+        os.chmod(script, 0o755)
+        report = self.expect_told("an encoder that dies", folder, "ogg", self.songs[:2],
+                                  "s’est arrêté avant la fin", oggenc=script)
+        self.expect("converties : 1" in report["summary"], "the other song is converted")
+
+    def full_disk(self):
         small = os.path.join(self.folder, "small")
         os.mkdir(small)
-        mount = ["mount", "-t", "tmpfs", "-o", "size=1m", "tmpfs", small]
-        if subprocess.run(mount, capture_output=True).returncode == 0:
-            try:
-                for audio_format in FORMATS:
-                    self.expect_told(f"a full disk, {audio_format}", small, audio_format,
-                                       self.songs[:1], "plus assez de place sur le disque")
-            finally:
-                subprocess.run(["umount", small], check=True)
-        else:
+        mount = ["mount", "-t", "tmpfs", "-o", "size=8m", "tmpfs", small]
+        if subprocess.run(mount, capture_output=True).returncode != 0:
             print("        (a full disk cannot be made here)")
+            return
+        reason = "plus assez de place sur le disque"
+        filler = os.path.join(small, "filler")
+        try:
+            self.expect_told("a disk too small", small, "wav", self.songs[:1], reason)
+            for audio_format in ("mp3", "ogg"):
+                thread = threading.Thread(target=self.fill, args=(small, filler, audio_format))
+                thread.start()
+                self.expect_told(f"a disk that fills up meanwhile, {audio_format}", small,
+                                 audio_format, self.songs[:1], reason)
+                thread.join()
+                os.remove(filler)
+        finally:
+            subprocess.run(["umount", small], check=True)
+
+    def fill(self, folder, filler, audio_format):
+        """Takes all room as soon as a song is being written there."""
+        while not self.files(folder, audio_format):
+            time.sleep(0.02)
+        with open(filler, "wb", buffering=0) as file:
+            for size in (1 << 16, 1 << 12, 1):
+                try:
+                    while file.write(bytes(size)) == size:
+                        pass
+                except OSError:
+                    pass
 
     def same(self):
         """Window and command line give the same bytes."""

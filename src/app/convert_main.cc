@@ -18,6 +18,7 @@ namespace {
 
 int Run(int argc, char** argv) {
   using namespace vexolo;
+  SurviveFileSizeLimit();
   const InterruptWatch interrupt;
   const std::string program_folder = ProgramFolder();
   std::string problem;

@@ -13,6 +13,7 @@
 #include "app/main_window.h"
 #include "app/program.h"
 #include "audio/loader.h"
+#include "platform/interrupt.h"
 #include "platform/locale_format.h"
 #include "platform/program_folder.h"
 #include "platform/registry.h"
@@ -96,6 +97,7 @@ int RunApplication(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  SurviveFileSizeLimit();
   try {
     return RunApplication(argc, argv);
   } catch (const std::exception& reason) {

@@ -100,7 +100,9 @@ RunCause CauseOf(const RunResult& result, AudioFormat format) {
       if (format != AudioFormat::kWav) return RunCause::kNoEncoder;
       return PlaceCause(result.audio_path, RunCause::kNotWritable);
     case RunStatus::kEncoderFailed:
-      return PlaceCause(result.audio_path, RunCause::kEncoderFailed);
+      // A WAV file that could not be written to its end has met a limit, of the user's or of files.
+      return PlaceCause(result.audio_path, format == AudioFormat::kWav ? RunCause::kDiskFull
+                                                                       : RunCause::kEncoderFailed);
     case RunStatus::kLyricsNotWritten:
       return RunCause::kNoLyrics;
     case RunStatus::kNoMemory:

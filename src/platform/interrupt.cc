@@ -57,4 +57,10 @@ InterruptWatch::~InterruptWatch() { SetActions(SIG_DFL); }
 
 bool InterruptWatch::IsRequested() const { return g_requested_at.load() != kNever; }
 
+void SurviveFileSizeLimit() {
+#ifdef SIGXFSZ
+  signal(SIGXFSZ, SIG_IGN);
+#endif
+}
+
 }  // namespace vexolo

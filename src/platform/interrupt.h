@@ -1,4 +1,4 @@
-/// Ctrl-C.
+/// Signals: Ctrl-C, and one that must not end the program.
 #pragma once
 
 #include <chrono>
@@ -21,5 +21,10 @@ class InterruptWatch {
   /// Whether a request has come since the watch began. Any thread.
   bool IsRequested() const;
 };
+
+/// From now on, what is written beyond the user's limit for the size of a file fails (EFBIG), as on
+/// a full disk, instead of ending this program. For the beginning of a program. Programs that it
+/// starts are not concerned.
+void SurviveFileSizeLimit();
 
 }  // namespace vexolo

@@ -26,6 +26,7 @@
 #include "app/conversion_window.h"
 #include "app/convert_report.h"
 #include "fakes/conversion_bench.h"
+#include "platform/interrupt.h"
 #include "platform/paths.h"
 #include "widgets/message_boxes.h"
 #include "widgets/palette.h"
@@ -211,6 +212,7 @@ bool TakePictures(ConversionBench& bench, Session& session, const std::string& f
 }
 
 int Main(int argc, char** argv) {
+  SurviveFileSizeLimit();
   QApplication application(argc, argv);
   application.setQuitOnLastWindowClosed(false);
   UseDarkPalette(application);
