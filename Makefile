@@ -16,6 +16,7 @@ MINUTES ?= 5
 PREFIX  ?= /usr/local
 JOBS    ?= $(shell nproc)
 BANK    := /usr/share/sounds/sf2/FluidR3_GM.sf2
+SMALL_BANK := /usr/share/sounds/sf2/TimGM6mb.sf2
 SOURCES  = $(shell git ls-files '*.cc' '*.h')
 
 .PHONY: run test bench bench-window acceptance fuzz format install program
@@ -43,7 +44,7 @@ bench: program
 bench-window: program
 	@scripts/install.sh bench
 	@xvfb-run -a -s "-screen 0 1600x1200x24" python3 bench/window_start.py $(BUILD)/program
-	@xvfb-run -a -s "-screen 0 1600x1200x24" $(BUILD)/bench/window_bench $(BANK) songs/canon.mid 2
+	@xvfb-run -a -s "-screen 0 1600x1200x24" $(BUILD)/bench/window_bench $(BANK) songs/canon.mid 2 $(SMALL_BANK)
 	@xvfb-run -a -s "-screen 0 1600x1200x24" $(BUILD)/bench/lyric_frames songs/a-la-claire-fontaine.mid
 
 acceptance: program

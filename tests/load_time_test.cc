@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "audio/loader.h"
+#include "large_song.h"
 #include "lyrics/lyric_model.h"
 #include "song_builder.h"
 
@@ -61,22 +62,7 @@ class LoadTimeTest : public ::testing::Test {
 };
 
 TEST_F(LoadTimeTest, ASongOfAMegabyteOpensWithinAFrame) {
-  SongBuilder song(480);
-  unsigned state = 1;
-  const auto random = [&](unsigned end) {
-    state = state * 1664525 + 1013904223;
-    return static_cast<int>((state >> 8) % end);
-  };
-  std::uint32_t tick = 0;
-  for (int note = 0; note < 112000; ++note) {
-    const int channel = random(16);
-    const auto length = static_cast<std::uint32_t>(1 + random(200));
-    song.Note(tick, length, channel, 30 + random(60), 1 + random(127), 1 + channel);
-    if (random(4) == 0) song.Control(tick, channel, random(120), random(128), 1 + channel);
-    if (random(1000) == 0) song.Tempo(tick, 300000 + random(400000));
-    tick += static_cast<std::uint32_t>(random(20));
-  }
-  const std::string bytes = song.End(tick + 1000).Song();
+  const std::string bytes = engine::testing::LargeSong();
   ASSERT_GT(bytes.size(), 1'000'000u);
   const double milliseconds = Fastest(12, [&] {
     const bass::HSTREAM stream = Open(bytes, bass::BASS_STREAM_DECODE);
