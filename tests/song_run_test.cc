@@ -19,6 +19,7 @@
 #include "audio/loader.h"
 #include "fakes/fake_message_boxes.h"
 #include "fakes/temporary_folder.h"
+#include "song_builder.h"
 
 namespace vexolo {
 namespace {
@@ -104,6 +105,22 @@ TEST_F(SongRunTest, MarkersAndSpeedCutOutTheTypedPartAndFadeItToSilence) {
   }
   EXPECT_GT(loudest, 1000);
   for (std::size_t i = faded.size() - 800; i < faded.size(); ++i) ASSERT_EQ(0, faded[i]);
+}
+
+TEST_F(SongRunTest, MarkersThatAreOffLeaveTheWholeSong) {
+  using engine::testing::SongBuilder;
+  folder_.Write("song.mid",
+                SongBuilder().Note(0, 480, 0, 60).Note(960, 480, 0, 67).End(1920).Song());
+  const std::vector<std::int16_t> whole = Run();
+  EXPECT_TRUE(start_.end_has_run());
+  EXPECT_DOUBLE_EQ(2.0, state_.audio.song_length);
+  EXPECT_GE(whole.size() / 2, static_cast<std::size_t>(2.0 * kRate));
+
+  SetMarkers(false, "0,500", "1,000");
+  EXPECT_EQ(whole, Run());
+  EXPECT_TRUE(start_.end_has_run());
+  SetMarkers(true, "0,500", "1,000");
+  EXPECT_NEAR(0.81 * kRate, static_cast<double>(Run().size()) / 2, 3);
 }
 
 TEST_F(SongRunTest, ARunTwiceIsTheSameSampleForSample) {
