@@ -47,6 +47,15 @@ TEST_F(PassageMarksTest, AreOnlyThereWhileInForce) {
   EXPECT_FALSE(Marks().end);
 }
 
+TEST_F(PassageMarksTest, EventsAreOnlyAskedForWhereAMarkIsInForce) {
+  audio_.markers = {1, 6, false};
+  Marks();
+  EXPECT_EQ(bass_.CallCount("BASS_MIDI_StreamGetEvents"), 0);
+  audio_.markers.on = true;
+  Marks();
+  EXPECT_GT(bass_.CallCount("BASS_MIDI_StreamGetEvents"), 0);
+}
+
 TEST_F(PassageMarksTest, StayWhenTheSpeedChanges) {
   audio_.markers = {1, 6, true};
   const PassageMarks before = Marks();

@@ -48,6 +48,11 @@ double TicksAt(const std::vector<Place>& places, double bytes) {
 PassageMarks MarksOnSlider(const bass::Api& api, const AudioState& audio) {
   PassageMarks marks;
   if (audio.stream == 0 || audio.song_length_ticks == 0) return marks;
+  const double factor = audio.speed_factor;
+  const bool has_start = StartInForce(audio.markers, factor, audio.song_length);
+  const bool has_end = EndInForce(audio.markers, factor, audio.song_length);
+  // A large song's events take a while to be gone through.
+  if (!has_start && !has_end) return marks;
   const bass::QWORD length = api.BASS_ChannelGetLength(audio.stream, bass::BASS_POS_BYTE);
   if (length == bass::kError64 || length == 0) return marks;
   const std::vector<Place> places = Landmarks(api, audio, static_cast<double>(length));
@@ -56,13 +61,8 @@ PassageMarks MarksOnSlider(const bass::Api& api, const AudioState& audio) {
     const double ticks = TicksAt(places, static_cast<double>(bytes));
     return std::clamp(ticks / audio.song_length_ticks, 0.0, 1.0);
   };
-  const double factor = audio.speed_factor;
-  if (StartInForce(audio.markers, factor, audio.song_length)) {
-    marks.start = share_at(ActingStart(audio.markers, factor));
-  }
-  if (EndInForce(audio.markers, factor, audio.song_length)) {
-    marks.end = share_at(ActingEnd(audio.markers, factor));
-  }
+  if (has_start) marks.start = share_at(ActingStart(audio.markers, factor));
+  if (has_end) marks.end = share_at(ActingEnd(audio.markers, factor));
   return marks;
 }
 
