@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 #include <utility>
 
 #include <vorbis/vorbisenc.h>
@@ -85,7 +85,8 @@ class SerialNumber {
 }  // namespace
 
 VorbisWriter::~VorbisWriter() {
-  if (file_ != nullptr) std::fclose(file_);
+  // Reached open only after a failure, which has been told of.
+  if (file_ != nullptr) static_cast<void>(std::fclose(file_));
   if (!encoder_started_) return;
   ogg_stream_clear(&stream_);
   vorbis_block_clear(&block_);
@@ -100,7 +101,7 @@ bool VorbisWriter::Fail(const std::string& what) {
 }
 
 bool VorbisWriter::FailWithErrno(const char* what) {
-  return Fail(std::string(what) + ": " + std::strerror(errno));
+  return Fail(std::string(what) + ": " + std::generic_category().message(errno));
 }
 
 bool VorbisWriter::Open(const std::string& path, const WavFormat& format, int bitrate,

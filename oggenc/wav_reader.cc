@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 namespace vexolo::oggenc {
 namespace {
@@ -42,7 +43,7 @@ bool WavReader::ReadBytes(std::span<std::uint8_t> bytes) {
   position_ += count;
   if (count == bytes.size()) return true;
   if (std::ferror(input_) != 0) {
-    error_ = std::string("cannot read: ") + std::strerror(errno);
+    error_ = std::string("cannot read: ") + std::generic_category().message(errno);
     return false;
   }
   return Fail(position_ == 0 ? "no sound came in" : "the header is cut short");
@@ -122,7 +123,7 @@ std::size_t WavReader::ReadFrames(std::span<std::int16_t> samples) {
   position_ += count;
   if (bytes_) *bytes_ -= count;
   if (count < wanted && std::ferror(input_) != 0) {
-    error_ = std::string("cannot read: ") + std::strerror(errno);
+    error_ = std::string("cannot read: ") + std::generic_category().message(errno);
   }
   const std::size_t frames = count / frame_size;
   for (std::size_t i = 0; i < frames * format_.channels; ++i) {

@@ -7,8 +7,8 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <memory>
+#include <system_error>
 
 #include "oggenc/wav_reader.h"
 #include "tools/fft.h"
@@ -69,7 +69,8 @@ double PowerOfSide(std::span<const float> samples, std::size_t channels, std::si
   for (std::size_t i = side; i < samples.size(); i += channels) {
     sum += static_cast<double>(samples[i]) * samples[i];
   }
-  return sum / static_cast<double>(samples.size() / channels);
+  const std::size_t frames = samples.size() / channels;
+  return sum / static_cast<double>(frames);
 }
 
 /// Each side by itself: one that is missing must not hide behind the other.
@@ -87,7 +88,8 @@ LevelReport CompareLevels(const Pair& pair) {
       loud = true;
       if (std::abs(other - one) > report.max_db) {
         report.max_db = std::abs(other - one);
-        report.max_at = static_cast<double>(start / second);
+        const std::size_t whole_seconds = start / second;
+        report.max_at = static_cast<double>(whole_seconds);
       }
     }
     if (loud) ++report.seconds;
@@ -427,6 +429,7 @@ OnsetReport CompareOnsets(const Pair& pair) {
   return comparer.Report();
 }
 
+// The compiler checks the arguments. NOLINTNEXTLINE(cert-dcl50-cpp)
 [[gnu::format(printf, 1, 2)]] std::string Format(const char* format, ...) {
   std::array<char, 256> line;
   va_list arguments;
@@ -442,7 +445,7 @@ bool ReadSound(const std::string& path, Sound& sound, std::string& error) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                              std::fclose);
   if (file == nullptr) {
-    error = path + ": " + std::strerror(errno);
+    error = path + ": " + std::generic_category().message(errno);
     return false;
   }
   oggenc::WavReader reader(file.get());

@@ -322,7 +322,11 @@ bool Use(Hand& hand, double seconds) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 5) {
+  char* end = nullptr;
+  const double seconds = argc < 5 ? 0 : std::strtod(argv[2], &end);
+  char* end_of_seed = nullptr;
+  const auto seed = argc < 5 ? 0 : std::strtoul(argv[3], &end_of_seed, 10);
+  if (argc < 5 || *end != '\0' || seconds <= 0 || *end_of_seed != '\0') {
     std::fputs("Usage: player_stress BANK SECONDS SEED SONG...\n", stderr);
     return 2;
   }
@@ -350,8 +354,8 @@ int main(int argc, char** argv) {
   }
   bool is_flat = false;
   {
-    Hand hand(program, messages, argv[1], static_cast<unsigned>(std::atoi(argv[3])));
-    is_flat = Use(hand, std::atof(argv[2]));
+    Hand hand(program, messages, argv[1], static_cast<unsigned>(seed));
+    is_flat = Use(hand, seconds);
   }
   program.bank_loader.GiveUp();
   program.binding.Shutdown();

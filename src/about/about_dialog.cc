@@ -121,7 +121,7 @@ void About::LoadLanguage() {
   }
 }
 
-void About::Open() {
+void About::Open() {  // NOLINT(bugprone-virtual-near-miss)
   if (!isVisible()) {
     chkOK->setChecked(IsAboutShownAtOpen(context_.ini));
     // Above a window that others have to wait for, this one would have to wait too.

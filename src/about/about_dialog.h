@@ -26,7 +26,7 @@ class About : public QDialog {
 
   /// Shows the box, or brings it to the front, without waiting. When it closes, the settings keep
   /// whether it is to be shown at the next start.
-  void Open();
+  void Open();  // not QDialog::open. NOLINT(bugprone-virtual-near-miss)
 
  private:
   QWidget* MakeHead();

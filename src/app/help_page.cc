@@ -17,7 +17,7 @@ std::string LanguageCode(const std::string& language_file) {
 std::string HelpPage(const std::string& program_folder, const std::string& language_file) {
   const std::string folder = Join(program_folder, "help");
   for (const std::string& code : {LanguageCode(language_file), std::string("en")}) {
-    const std::string page = Join(folder, code + ".html");
+    std::string page = Join(folder, code + ".html");
     if (FileExists(page)) return page;
   }
   return {};

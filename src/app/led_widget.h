@@ -19,7 +19,7 @@ class LedWidget : public QLabel {
   void Print(const std::string& text, bool lit = true);
   const std::string& shown() const { return shown_; }
 
-  QSize sizeHint() const override;
+  QSize sizeHint() const final;
   QSize minimumSizeHint() const override { return sizeHint(); }
 
  protected:

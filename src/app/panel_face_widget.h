@@ -32,7 +32,7 @@ class PanelFaceWidget : public QWidget {
 
   void SetCaptions(const PanelCaptions& captions);
 
-  QSize sizeHint() const override;
+  QSize sizeHint() const final;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

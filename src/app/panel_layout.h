@@ -87,9 +87,7 @@ struct ScaleMark {
 };
 
 /// Where a fader's cap stands at a share of its travel, from the panel's top.
-constexpr int FaderMarkY(double share) {
-  return kFaderY + 18 + static_cast<int>(91 * (1 - share) + 0.5);
-}
+constexpr int FaderMarkY(double share) { return kFaderY + 18 + Nearest(91 * (1 - share)); }
 
 constexpr ScaleMark FaderMark(const char* text, int x, double share) {
   return {text, {x, FaderMarkY(share) - 5, 30, 11}};

@@ -37,7 +37,7 @@ std::string Transport::CurrentSong() {
   PlayListModel& playlist = parts_.state.playlist;
   int place = playlist.current();
   if (place < 1 || place > playlist.count()) place = 1;
-  const std::string path = playlist.Path(place);
+  std::string path = playlist.Path(place);
   // Another one is shown, or none, where the list has ended or changed since a song was chosen.
   if (!path.empty() && playlist.playing() != place) {
     playlist.PlayListSelect(place);

@@ -193,9 +193,7 @@ void InterpretGs(ControlState& state, std::string_view data, EventSink& sink) {
   const std::uint8_t middle = ByteAt(data, 5);
   const std::uint8_t low = ByteAt(data, 6);
   const std::uint8_t value = ByteAt(data, 7) & 0x7F;
-  if (high == 0x40 && middle == 0x00 && low == 0x7F) {
-    ResetSystem(state, sink);
-  } else if (high == 0x00 && middle == 0x00 && low == 0x7F) {  // system mode set
+  if ((high == 0x40 || high == 0x00) && middle == 0x00 && low == 0x7F) {  // reset; system mode set
     ResetSystem(state, sink);
   } else if (high == 0x40 && (middle & 0xF0) == 0x10 && low == 0x15) {
     SetValue(state, ChannelOfGsBlock(middle & 0x0F), ChannelValue::kDrums, value != 0 ? 1 : 0,

@@ -164,7 +164,8 @@ QWORD BASS_CALLBACK ChannelSeconds2Bytes(DWORD handle, double seconds) {
 
 double BASS_CALLBACK ChannelBytes2Seconds(DWORD handle, QWORD bytes) {
   return WithStream(handle, -1.0, [&](const Stream&) {
-    return static_cast<double>(bytes / kFrameBytes) / kFramesPerSecond;
+    const QWORD whole_frames = bytes / kFrameBytes;
+    return static_cast<double>(whole_frames) / kFramesPerSecond;
   });
 }
 

@@ -37,6 +37,7 @@ constexpr std::array kApis = {RtAudio::LINUX_PULSE, RtAudio::LINUX_ALSA,     RtA
 void IgnoreError(RtAudioError::Type, const std::string&) {}
 
 #ifdef __linux__
+// ALSA's type. NOLINTNEXTLINE(cert-dcl50-cpp)
 void IgnoreAlsaError(const char*, int, const char*, int, const char*, ...) {}
 #endif
 

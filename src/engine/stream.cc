@@ -88,7 +88,7 @@ auto Stream::AtRestLocked(Operation operation) {
   attached_.store(false, std::memory_order_relaxed);
   TakeSentEvents();
   TakeNewBank();
-  const auto result = operation();
+  auto result = operation();
   PublishPlace();
   if (playing_.load()) attached_.store(output_.Attach(*this));
   return result;

@@ -137,9 +137,9 @@ std::uint64_t TimeLine::Rescale(std::uint64_t frame, TempoRatio from, TempoRatio
   const std::uint64_t first = FrameOfTick(tick, to);
   if (frame == FrameOfTick(tick, from)) return first;
   // Between two ticks: in proportion, but rounding up must not reach the next tick.
+  const Wide stretched = Wide{frame} * (std::uint64_t{to.numerator} * from.denominator);
   const std::uint64_t place =
-      Saturate(DivideUp(Wide{frame} * (std::uint64_t{to.numerator} * from.denominator),
-                        std::uint64_t{to.denominator} * from.numerator));
+      Saturate(DivideUp(stretched, std::uint64_t{to.denominator} * from.numerator));
   if (tick == kMaxTick) return std::max(place, first);
   const std::uint64_t next = FrameOfTick(tick + 1, to);
   return next > first ? std::clamp(place, first, next - 1) : first;

@@ -21,10 +21,10 @@ class FileTarget final : public WavTarget {
  public:
   explicit FileTarget(std::filesystem::path path) : path_(std::move(path)) {
     file_.pubsetbuf(nullptr, 0);  // the encoder gathers, and wants to know what was taken
-    file_.open(path_, std::ios::out | std::ios::binary | std::ios::trunc);
+    is_open_ = file_.open(path_, std::ios::out | std::ios::binary | std::ios::trunc) != nullptr;
   }
 
-  bool IsOpen() const { return file_.is_open(); }
+  bool IsOpen() const { return is_open_; }
 
   std::uint64_t Append(std::span<const std::uint8_t> bytes) override {
     const std::streamsize taken = file_.sputn(reinterpret_cast<const char*>(bytes.data()),
@@ -50,6 +50,7 @@ class FileTarget final : public WavTarget {
  private:
   std::filesystem::path path_;
   std::filebuf file_;
+  bool is_open_ = false;
   std::uint64_t appended_ = 0;
 };
 

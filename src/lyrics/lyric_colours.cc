@@ -5,8 +5,8 @@ namespace vexolo {
 Rgb RGB2CouleurRVB(std::uint32_t colour) {
   constexpr float kFull = 255.0f;
   return {static_cast<float>(colour & 0xFF) / kFull,
-          static_cast<float>((colour & 0xFF00) / 256) / kFull,
-          static_cast<float>((colour & 0xFF0000) / 65536) / kFull};
+          static_cast<float>((colour & 0xFF00) >> 8) / kFull,
+          static_cast<float>((colour & 0xFF0000) >> 16) / kFull};
 }
 
 Rgb Blend(const Rgb& from, const Rgb& to, float part) {

@@ -107,8 +107,8 @@ bool OGLWin::Load() {
     Unload();
     return false;
   }
-  OutlineSource& outlines = parts_.outlines != nullptr ? *parts_.outlines : toolkit_outlines_;
-  painter_ = std::make_unique<LyricPainter>(outlines, context().boxes, parts_.text_steps);
+  OutlineSource* outlines = parts_.outlines != nullptr ? parts_.outlines : &toolkit_outlines_;
+  painter_ = std::make_unique<LyricPainter>(*outlines, context().boxes, parts_.text_steps);
   if (!painter_->Prepare()) {
     Unload();
     return false;

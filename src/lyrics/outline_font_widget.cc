@@ -20,7 +20,7 @@ constexpr int kEnlarged = 8;
 constexpr const char* kLookAlike = "Comic Neue";
 
 QString ChooseFamily(const std::string& face) {
-  const QString wanted = QString::fromStdString(face);
+  QString wanted = QString::fromStdString(face);
   if (QFontDatabase::hasFamily(wanted)) return wanted;
   if (QFontDatabase::hasFamily(kLookAlike)) return kLookAlike;
   return QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();

@@ -37,7 +37,8 @@ constexpr std::array<KnobRange, 3> kSongRanges = {{
 }};
 
 const KnobRange& RangeOf(int knob) {
-  return knob < kGainKnob ? kLevelRange : kSongRanges[static_cast<std::size_t>(knob - kGainKnob)];
+  if (knob < kGainKnob) return kLevelRange;
+  return kSongRanges[static_cast<std::size_t>(knob - kGainKnob)];
 }
 
 int ClampToDrawn(int knob, int value) {

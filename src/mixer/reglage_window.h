@@ -23,7 +23,7 @@ class Reglage : public CompanionWindow {
   Reglage(const WindowContext& context, QWidget* main_window, Controllers& controllers,
           MixState& state, AudioState& audio);
 
-  void LoadLanguage() override;
+  void LoadLanguage() final;
   /// Shows what is in force now; what is shown already is not drawn again. Ten times a second while
   /// a song plays, and when a song has been opened.
   void Refresh();

@@ -20,7 +20,7 @@ class Reverb : public CompanionWindow {
   Reverb(const WindowContext& context, QWidget* main_window, ReverbChorus& effects,
          MixState& state);
 
-  void LoadLanguage() override;
+  void LoadLanguage() final;
   /// Shows what is in force now; knobs that show it already are not drawn again. Ten times a second
   /// while a song plays, and when a song has been opened.
   void Refresh();

@@ -26,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+  void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 

@@ -276,7 +276,7 @@ std::string FindProgram(const std::string& name) {
   std::string_view folders = variable == nullptr ? "" : variable;
   while (!folders.empty()) {
     const std::size_t length = std::min(folders.find(':'), folders.size());
-    const std::string path = Join(folders.substr(0, length), name);
+    std::string path = Join(folders.substr(0, length), name);
     if (is_program(path)) return path;
     folders.remove_prefix(std::min(length + 1, folders.size()));
   }

@@ -42,10 +42,10 @@ bool CanKeepSettings(const std::string& folder) {
 
 std::string ChooseSettingsFile(const std::string& program_folder, const std::string& config_home,
                                bool can_keep) {
-  const std::string shipped = Join(program_folder, kSettingsFileName);
+  std::string shipped = Join(program_folder, kSettingsFileName);
   if (can_keep || config_home.empty()) return shipped;
   const std::string folder = Join(config_home, kConfigFolder);
-  const std::string file = Join(folder, kSettingsFileName);
+  std::string file = Join(folder, kSettingsFileName);
   if (FileExists(file)) return file;
   return StartUserSettings(shipped, folder, file) ? file : shipped;
 }

@@ -12,4 +12,8 @@ struct SpriteRect {
   bool operator==(const SpriteRect&) const = default;
 };
 
+/// The nearest whole pixel or frame of what is not negative; for constants, which std::lround
+/// cannot be.
+constexpr int Nearest(double place) { return static_cast<int>(2 * place + 1) / 2; }
+
 }  // namespace vexolo

@@ -22,7 +22,7 @@ namespace vexolo {
 namespace {
 
 struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+  void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 

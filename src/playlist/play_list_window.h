@@ -58,7 +58,7 @@ class PlayList : public CompanionWindow {
   void AddDropped(std::vector<std::string> paths, std::function<void(int last_place)> added = {});
 
   /// Captions from section "PlayList" of the language file in use.
-  void LoadLanguage() override;
+  void LoadLanguage() final;
 
   /// The window's pictures, `PicSM` 0 to 7, up (0) or down (1); the last one, the repeat button,
   /// has the repeat modes as further states.

@@ -169,7 +169,7 @@ inline constexpr int kReverbKnobFrames = 45;
 
 /// `share` 0..1 of the knob's range, clamped.
 constexpr SpriteRect ReverbKnobSprite(double share, bool is_override) {
-  const int frame = static_cast<int>(std::clamp(share, 0.0, 1.0) * (kReverbKnobFrames - 1) + 0.5);
+  const int frame = Nearest(std::clamp(share, 0.0, 1.0) * (kReverbKnobFrames - 1));
   return {is_override ? 48 : 0, frame * 48, 48, 48};
 }
 

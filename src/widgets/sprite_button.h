@@ -43,7 +43,7 @@ class SpriteButton : public QAbstractButton, public HeldControl {
   /// Without a click.
   void LetGo() override;
 
-  QSize sizeHint() const override;
+  QSize sizeHint() const final;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
