@@ -127,7 +127,7 @@ class LyricModel::Builder {
 
   void CloseLine() {
     LyricModel& m = model_;
-    if (m.line_count() >= m.line_capacity_ - 1) GrowLines();
+    if (m.line_count() >= m.line_capacity_ - 1) m.line_capacity_ += kGrowthStep;
     m.line_texts_.push_back(std::move(line_));
     m.line_start_bytes_.push_back(static_cast<std::int32_t>(line_start_byte_));
     m.line_start_ticks_.push_back(line_start_tick_);
@@ -145,15 +145,6 @@ class LyricModel::Builder {
     }
     line_.clear();
     ++line_number_;
-  }
-
-  void GrowLines() {
-    model_.line_capacity_ += kGrowthStep;
-    const auto capacity = static_cast<std::size_t>(model_.line_capacity_);
-    model_.line_texts_.reserve(capacity);
-    model_.line_start_bytes_.reserve(capacity);
-    model_.line_start_ticks_.reserve(capacity);
-    model_.line_start_times_.reserve(capacity);
   }
 
   void AddSyllable(const bass::BASS_MIDI_MARK& mark, bass::DWORD index, std::string_view text) {
@@ -182,10 +173,8 @@ class LyricModel::Builder {
   }
 
   void Append(const LyricSyllable& syllable) {
-    if (model_.nNbParoles() >= model_.syllable_capacity_) {
-      model_.syllable_capacity_ += kGrowthStep;
-      model_.syllables_.reserve(static_cast<std::size_t>(model_.syllable_capacity_));
-    }
+    // The arrays themselves double: step by step a million syllables would be moved for minutes.
+    if (model_.nNbParoles() >= model_.syllable_capacity_) model_.syllable_capacity_ += kGrowthStep;
     model_.syllables_.push_back(syllable);
   }
 
