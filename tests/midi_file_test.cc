@@ -523,5 +523,16 @@ TEST(MidiFileTest, DamagedSongsStayInOrder) {
   EXPECT_GT(loaded, 10000);
 }
 
+TEST(MidiFileParse, RefusesMoreEventsThanMusicHas) {
+  const std::size_t notes = MidiFile::kMostEvents - 1;  // and the end of the track
+  std::string events = Raw("\0\x90\x3C");
+  for (std::size_t note = 1; note < notes; ++note) events += Raw("\x40\0\x3C");
+  events += '\x40';
+  const auto file = Parse(OneTrack(events + kEnd));
+  ASSERT_TRUE(file);
+  EXPECT_THAT(file->events(), SizeIs(MidiFile::kMostEvents));
+  EXPECT_FALSE(Parse(OneTrack(events + Raw("\0\x3C\x40") + kEnd)));
+}
+
 }  // namespace
 }  // namespace vexolo::engine

@@ -280,7 +280,7 @@ class MidiFileParser {
     MidiFileParser parser;
     parser.file_->format_ = static_cast<std::uint16_t>(BigEndian16(bytes, 8));
     parser.file_->division_ = division;
-    parser.Read(tracks);
+    if (!parser.Read(tracks)) return nullptr;
     return std::move(parser.file_);
   }
 
@@ -318,16 +318,20 @@ class MidiFileParser {
     return fits && IsChunk(bytes, kChunkHeader + length) ? kChunkHeader + length : kFileHeader;
   }
 
-  void Read(const std::vector<Bytes>& tracks) {
+  /// False where there are too many events.
+  bool Read(const std::vector<Bytes>& tracks) {
     CountingSink count;
     ReadTracks(tracks, count);
+    if (count.events > MidiFile::kMostEvents) return false;
     file_->events_.reserve(count.events);
     file_->data_.reserve(count.data);
     file_->track_names_.resize(tracks.size());
     named_.resize(tracks.size());
     ReadTracks(tracks, *this);
-    if (std::ranges::is_sorted(file_->events_, IsEarlier)) return;
-    SortByTick(file_->events_, file_->last_tick_);
+    if (!std::ranges::is_sorted(file_->events_, IsEarlier)) {
+      SortByTick(file_->events_, file_->last_tick_);
+    }
+    return true;
   }
 
   std::unique_ptr<MidiFile> file_;

@@ -36,7 +36,11 @@ class MidiFile {
  public:
   static constexpr std::uint32_t kMaxTick = 0x7FFFFFFF;
 
-  /// Null where nothing can be played: no header, a division that means nothing, or no track chunk.
+  /// No music has as many, and all that is made of an event has to find room in memory.
+  static constexpr std::size_t kMostEvents = 5'000'000;
+
+  /// Null where nothing can be played: no header, a division that means nothing, no track chunk,
+  /// or more than kMostEvents events that are kept.
   /// Never throws for the contents; memory stays below 20 x the size of `bytes` + 16 MB.
   static std::unique_ptr<const MidiFile> Parse(std::span<const std::uint8_t> bytes);
 
