@@ -125,7 +125,7 @@ class Parser {
   }
 
   Value ParseComparison() {
-    const Value left = ParseSum();
+    Value left = ParseSum();
     if (Take("==")) return left == ParseSum() ? 1.0 : 0.0;
     if (Take("!=")) return left != ParseSum() ? 1.0 : 0.0;
     if (Take("<=")) return Number(left) <= Number(ParseSum()) ? 1.0 : 0.0;

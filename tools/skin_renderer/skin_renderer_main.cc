@@ -31,8 +31,9 @@ void RenderSheet(const std::string& sources, const vexolo::SkinSheet& sheet,
   const std::string svg = Expand(sources, name + ".svg", variables);
   for (const int scale : {1, 2}) {
     const Picture picture = Draw(svg, sheet.width * scale, sheet.height * scale);
-    Write(output + "/" + std::to_string(scale) + "x/" + name + ".bmp",
-          ToBmp(picture, sheet.bits, kPixelsPerMetre * scale));
+    std::string path = output + "/" + std::to_string(scale) + "x/";
+    path.append(name).append(".bmp");
+    Write(path, ToBmp(picture, sheet.bits, kPixelsPerMetre * scale));
   }
 }
 
