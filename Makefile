@@ -7,19 +7,22 @@
 # make acceptance
 #               converts the demo songs and measures what is in the files with other programs
 # make fuzz     fuzzes every reader of bytes from outside (MINUTES=5 each)
+# make static   clang-tidy and cppcheck (FOLDERS="src oggenc tools")
+# make hostile  opens and converts 200 songs written to break whoever reads them
 # make format   puts the sources into the house style
 # make install  installs to PREFIX (default /usr/local)
 
 BUILD   ?= build
 SONG    ?= songs/a-la-claire-fontaine.mid
 MINUTES ?= 5
+FOLDERS ?= src oggenc tools
 PREFIX  ?= /usr/local
 JOBS    ?= $(shell nproc)
 BANK    := /usr/share/sounds/sf2/FluidR3_GM.sf2
 SMALL_BANK := /usr/share/sounds/sf2/TimGM6mb.sf2
 SOURCES  = $(shell git ls-files '*.cc' '*.h')
 
-.PHONY: run test bench bench-window acceptance fuzz format install program
+.PHONY: run test bench bench-window acceptance fuzz static hostile format install program
 .DEFAULT_GOAL := run
 
 program:
@@ -56,6 +59,14 @@ acceptance: program
 fuzz:
 	@scripts/install.sh build fuzz
 	@scripts/fuzz.sh $(MINUTES)
+
+hostile: program
+	@scripts/install.sh test
+	@python3 scripts/hostile_songs.py $(BUILD) /usr/share/sounds/sf2/TimGM6mb.sf2 --jobs $(JOBS)
+
+static:
+	@scripts/install.sh build static
+	@JOBS=$(JOBS) scripts/check_static.sh $(BUILD) $(FOLDERS)
 
 format:
 	@scripts/install.sh style

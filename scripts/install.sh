@@ -1,18 +1,20 @@
 #!/bin/sh
 # Installs what is missing of the packages that the named groups need, and only that.
 # usage: scripts/install.sh GROUP...      groups: build run test bench acceptance fuzz pictures style
+#                                       static
 set -eu
 
 packages_of() {
   case "$1" in
     build) echo "g++ cmake ninja-build pkg-config libfluidsynth-dev librtaudio-dev libvorbis-dev libogg-dev librsvg2-dev libgtest-dev libgmock-dev qt6-base-dev libqt6opengl6-dev libgl-dev libglu1-mesa-dev" ;;
     run) echo "fluid-soundfont-gm lame libgl1-mesa-dri qt6-translations-l10n fonts-comic-neue" ;;
-    test) echo "timgm6mb-soundfont fluid-soundfont-gm lame xvfb xauth libgl1-mesa-dri fonts-dejavu-core fonts-comic-neue" ;;
+    test) echo "python3 timgm6mb-soundfont fluid-soundfont-gm lame xvfb xauth libgl1-mesa-dri fonts-dejavu-core fonts-comic-neue" ;;
     bench) echo "fluidsynth timidity fluid-soundfont-gm timgm6mb-soundfont lame python3 xvfb xauth libxtst6" ;;
     acceptance) echo "python3 ffmpeg id3v2 mp3info vorbis-tools sox lame xvfb xauth" ;;
     fuzz) echo "clang libclang-rt-14-dev" ;;
     pictures) echo "xvfb xauth xdotool imagemagick" ;;
     style) echo "clang-format python3" ;;
+    static) echo "clang clang-tidy cppcheck python3" ;;
     *) echo "install.sh: no group '$1'" >&2; exit 2 ;;
   esac
 }

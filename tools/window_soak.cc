@@ -166,7 +166,8 @@ class Hand {
     for (QWidget* top : QApplication::topLevelWidgets()) {
       if (top->isVisible()) windows.push_back(top);
     }
-    return *windows[static_cast<std::size_t>(Draw(windows.size()))];
+    QWidget* const window = windows[static_cast<std::size_t>(Draw(windows.size()))];
+    return *window;
   }
 
   void Seek() {
