@@ -63,7 +63,7 @@ class DelayCurve {
     std::vector<std::complex<double>> sums(out.size() + 1);
     for (std::size_t i = 0; i < out.size(); ++i) {
       sums[i + 1] =
-          sums[i] + std::polar(static_cast<double>(out[i]), -step * static_cast<double>(i));
+          sums[i] + static_cast<double>(out[i]) * std::polar(1.0, -step * static_cast<double>(i));
     }
     double turns = 0.0;
     double last = 0.0;
