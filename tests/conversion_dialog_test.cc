@@ -91,6 +91,14 @@ class TagsTest : public ::testing::Test {
   std::unique_ptr<Tags> dialog_;
 };
 
+TEST_F(TagsTest, ABoxThatLosesTheFocusWithTheDialogCallsNobody) {
+  Open();
+  Type("RecFolder", "/tmp");
+  ASSERT_TRUE(QTest::qWaitFor([&] { return Box("RecFolder")->hasFocus(); }));
+  dialog_.reset();
+  EXPECT_EQ(form_->boxes.folder, "/tmp") << "a separator comes with the folder's validation";
+}
+
 // ---- What is shown
 
 TEST_F(TagsTest, ListsHoldTheirEntriesInOrder) {

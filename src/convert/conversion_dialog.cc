@@ -245,6 +245,10 @@ void Tags::AlignBoxes() {
 
 // ---- Texts
 
+// A window that is destroyed while it is shown takes the focus from its box, which would call what
+// is no longer there.
+Tags::~Tags() { RecFolder->disconnect(this); }
+
 void Tags::InitGenres() {
   ComboGenre->clear();
   ComboGenre->addItem({});  // no genre; its text is the language's

@@ -30,6 +30,7 @@ class Tags : public QDialog {
   /// timer confirms for the user.
   Tags(const WindowContext& context, ConversionForm& form, bool confirms_itself,
        QWidget* parent = nullptr);
+  ~Tags() override;
 
   /// Fills `ComboGenre`.
   void InitGenres();
