@@ -322,6 +322,7 @@ bool Use(Hand& hand, double seconds) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);  // a sanitizer may end the program at its exit
   char* end = nullptr;
   const double seconds = argc < 5 ? 0 : std::strtod(argv[2], &end);
   char* end_of_seed = nullptr;

@@ -7,6 +7,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDialog>
+#include <QDrag>
 #include <QLineEdit>
 #include <QPointer>
 #include <QTest>
@@ -235,6 +236,7 @@ class Hand {
 
   /// One act in whatever waits; it is closed in the end.
   void ActInModal() {
+    QDrag::cancel();  // one that was begun waits for a mouse that nobody moves
     QWidget* const popup = QApplication::activePopupWidget();
     QWidget* const modal = popup != nullptr ? popup : QApplication::activeModalWidget();
     if (modal == nullptr) return;
@@ -298,6 +300,7 @@ bool Use(Hand& hand, double seconds) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);  // a sanitizer may end the program at its exit
   QApplication application(argc, argv);
   application.setQuitOnLastWindowClosed(false);
   UseDarkPalette(application);
