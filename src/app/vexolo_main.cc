@@ -13,6 +13,7 @@
 #include "app/main_window.h"
 #include "app/program.h"
 #include "audio/loader.h"
+#include "platform/heap.h"
 #include "platform/interrupt.h"
 #include "platform/locale_format.h"
 #include "platform/program_folder.h"
@@ -98,6 +99,7 @@ int RunApplication(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   SurviveFileSizeLimit();
+  ReturnFreedMemory();
   try {
     return RunApplication(argc, argv);
   } catch (const std::exception& reason) {

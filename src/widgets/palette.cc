@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QPainter>
 #include <QPalette>
+#include <QPixmapCache>
 #include <QProxyStyle>
 #include <QStyleFactory>
 #include <QStyleOption>
@@ -21,6 +22,7 @@ constexpr QColor kDimText(0x84, 0x88, 0x8f);
 constexpr QColor kAccent(0x3f, 0xd6, 0xcd);
 constexpr QColor kBlack(0x0e, 0x0f, 0x11);
 
+constexpr int kPictures = 1024;      ///< kilobytes of them that the style keeps
 constexpr QSize kButtonRoom(12, 4);  // pixels, both sides of a caption together
 
 /// The toolkit's plain style with room around captions, with outlines of check boxes and radio
@@ -65,6 +67,8 @@ class DialogStyle : public QProxyStyle {
 }  // namespace
 
 void UseDarkPalette(QApplication& application) {
+  // The style keeps pictures of the faces of every dialog, as long as there is room for them.
+  QPixmapCache::setCacheLimit(kPictures);
   application.setStyle(new DialogStyle);
   QPalette palette(kButton, kPanel);
   palette.setColor(QPalette::WindowText, kText);

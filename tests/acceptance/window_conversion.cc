@@ -26,6 +26,7 @@
 #include "app/conversion_window.h"
 #include "app/convert_report.h"
 #include "fakes/conversion_bench.h"
+#include "platform/heap.h"
 #include "platform/interrupt.h"
 #include "platform/paths.h"
 #include "widgets/message_boxes.h"
@@ -213,6 +214,7 @@ bool TakePictures(ConversionBench& bench, Session& session, const std::string& f
 
 int Main(int argc, char** argv) {
   SurviveFileSizeLimit();
+  ReturnFreedMemory();
   QApplication application(argc, argv);
   application.setQuitOnLastWindowClosed(false);
   UseDarkPalette(application);
