@@ -246,7 +246,8 @@ TEST(OutlineMesh, NormalsOfACircleAreItsRadiiAndMeetWithoutASeam) {
 
 double Area(const std::vector<OutlinePoint>& points, const Triangle& triangle) {
   Contour contour;
-  for (const int corner : triangle) contour.push_back({points[static_cast<std::size_t>(corner)]});
+  for (const int corner : triangle)
+    contour.push_back({points[static_cast<std::size_t>(corner)], false, {}});
   return Area(contour);
 }
 
