@@ -145,7 +145,7 @@ class Bench:
         if not child.in_time:
             return "was interrupted after %d s, ended with %d" % (PATIENCE, child.status), "interrupted"
         try:
-            report, summary = [json.loads(line) for line in child.out.decode("utf-8").splitlines()]
+            report, summary = [json.loads(line) for line in child.out.decode("utf-8").rstrip("\n").split("\n")]
         except ValueError as error:
             return "no report (%s), status %d: %r %r" % (error, child.status, child.out[:300], child.err[:300]), "crash"
         if child.status == 1 and report["status"] == "failed" and report["error"]:
