@@ -228,6 +228,37 @@ TEST_F(ConversionFormTest, WhatCameIntoTheSettingsMeanwhileIsNotForgotten) {
   EXPECT_EQ(Tag("Artiste"), "");
 }
 
+TEST_F(ConversionFormTest, WhatAKilledRunHadBorrowedIsForgottenByTheNextDialog) {
+  ConversionForm killed = Open();
+  killed.boxes.title = "Le mien";
+  killed.Confirm(false, message_boxes_);
+  const ConversionForm next = Open({"Autre", "Chant", "/songs/b.mid"});
+  EXPECT_EQ(next.boxes.artist, "Autre");
+  EXPECT_EQ(next.boxes.title, "Le mien") << "typed, not borrowed";
+  EXPECT_THAT(next.boxes.comment, StartsWith("Converti de b.mid le "));
+}
+
+TEST_F(ConversionFormTest, WhatIsTypedAfterAKilledRunStays) {
+  Open().Confirm(false, message_boxes_);
+  ConversionForm form = Open();
+  form.boxes.artist = "Moi";
+  form.boxes.title = "Le mien";
+  form.boxes.comment = "Voilà";
+  form.Confirm(false, message_boxes_);
+  const ConversionForm next = Open();
+  EXPECT_EQ(next.boxes.artist, "Moi");
+  EXPECT_EQ(next.boxes.title, "Le mien");
+  EXPECT_EQ(next.boxes.comment, "Voilà");
+}
+
+TEST_F(ConversionFormTest, ARunThatHasEndedLeavesNothingToForget) {
+  ConversionForm form = Open();
+  form.Confirm(false, message_boxes_);
+  ForgetBorrowedTags(ini_, form.borrowed());
+  ini_.WriteIni("Tags", "Artiste", "Moi");
+  EXPECT_EQ(Open().boxes.artist, "Moi");
+}
+
 TEST_F(ConversionFormTest, TextsThatTheSettingsChangeAreForgottenAllTheSame) {
   // The settings give back 128 characters, without blanks around them and without their quotes.
   const std::string name(150, 'n');

@@ -16,6 +16,7 @@ namespace vexolo {
 namespace {
 
 constexpr const char* kTagsSection = "Tags";
+constexpr const char* kBorrowedKey = "Emprunt";  ///< the keys that a run under way has borrowed
 constexpr const char* kNotKept = "Les réglages n'ont pas pu être enregistrés :\n";
 
 /// A tag that the prefill may fill: its key, and where it stands in each of the records.
@@ -55,6 +56,22 @@ ConversionBoxes BoxesOf(const ConversionSettings& settings) {
   return boxes;
 }
 
+void WriteBorrowedKeys(ModIni& ini, const std::string& keys) {
+  if (ini.ReadIni(kTagsSection, kBorrowedKey) != keys) {
+    ini.WriteIni(kTagsSection, kBorrowedKey, keys);
+  }
+}
+
+/// A program that was killed in a run has left its borrowed tags behind.
+void ForgetTagsOfKilledRun(ModIni& ini) {
+  const std::string keys = ini.ReadIni(kTagsSection, kBorrowedKey);
+  const IniGroup group(ini);
+  for (const PrefilledTag& tag : kPrefilledTags) {
+    if (keys.find(tag.key) != std::string::npos) ini.WriteIni(kTagsSection, tag.key, "");
+  }
+  WriteBorrowedKeys(ini, "");
+}
+
 OutputBase BaseOf(const ConversionSettings& settings, const std::string& song_path,
                   PathStyle style) {
   return MakeOutputBase(
@@ -72,11 +89,13 @@ void ForgetBorrowedTags(ModIni& ini, const BorrowedTags& borrowed) {
       ini.WriteIni(kTagsSection, tag.key, "");
     }
   }
+  WriteBorrowedKeys(ini, "");
 }
 
 ConversionForm::ConversionForm(ModIni& ini, SongIdentity song, std::chrono::year_month_day today,
                                ProgramVersion version, PathStyle style)
     : ini_(ini), song_(std::move(song)), style_(style) {
+  ForgetTagsOfKilledRun(ini_);
   const ConversionSettings stored = LoadConversionSettings(ini_);
   boxes = BoxesOf(stored);
   SongTags tags = stored.tags;
@@ -99,15 +118,23 @@ std::string ConversionForm::Preview() const {
 bool ConversionForm::Confirm(bool convert_all, MessageBoxes& message_boxes) {
   if (!AcceptFolder(boxes.folder, message_boxes, style_)) return false;
   settings_ = Settings();
-  if (!MemoParam(ini_, settings_, style_)) {
+  {
+    const IniGroup group(ini_);
+    MemoParam(ini_, settings_, style_);
+    std::string keys;
+    for (const PrefilledTag& tag : kPrefilledTags) {
+      if (prefilled_.*tag.borrowed != boxes.*tag.box) continue;
+      borrowed_.*tag.borrowed = settings_.tags.*tag.tag;
+      if (!keys.empty()) keys += ',';
+      keys += tag.key;
+    }
+    WriteBorrowedKeys(ini_, keys);
+  }
+  if (!ini_.kept()) {
     message_boxes.Show(kNotKept + ini_.default_file(), "Error", BoxIcon::kExclamation);
   }
   boxes.folder = settings_.folder;
   boxes.line_length = std::to_string(settings_.max_line_length);
-  for (const PrefilledTag& tag : kPrefilledTags) {
-    const bool is_as_prefilled = prefilled_.*tag.borrowed == boxes.*tag.box;
-    if (is_as_prefilled) borrowed_.*tag.borrowed = settings_.tags.*tag.tag;
-  }
   convert_all_ = convert_all;
   confirmed_ = true;
   return true;

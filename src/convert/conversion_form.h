@@ -13,7 +13,8 @@
 namespace vexolo {
 
 /// Artist, title and comment that stand in the settings only because a prefill has put them there,
-/// as the settings give them back. They are the song's, not the user's.
+/// as the settings give them back. They are the song's, not the user's. "Tags"/"Emprunt" names
+/// their keys while a run is under way, for a program that does not live to its end.
 struct BorrowedTags {
   std::optional<std::string> artist;
   std::optional<std::string> title;
@@ -48,8 +49,9 @@ class ConversionForm {
  public:
   static constexpr std::size_t kMaxText = ModIni::kMaxLength;  ///< characters of a box
 
-  /// Opens: takes everything from the settings and fills empty tags from the song (its path is
-  /// empty where none is loaded). `ini` must outlive this object.
+  /// Opens, while no run is under way: takes everything from the settings, but for what a killed
+  /// run has borrowed, and fills empty tags from the song (its path is empty where none is loaded).
+  /// `ini` must outlive this object.
   ConversionForm(ModIni& ini, SongIdentity song, std::chrono::year_month_day today,
                  ProgramVersion version = {}, PathStyle style = kNativePathStyle);
 
