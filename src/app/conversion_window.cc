@@ -50,7 +50,7 @@ void ConversionWindows::Action_Record() {
 void ConversionWindows::Unload() {
   series_.ShutDown();
   run_dialog_.End();
-  summary_.reset();
+  delete summary_;
 }
 
 void ConversionWindows::ShowTags(ConversionForm& form, bool confirms_itself) {
@@ -58,7 +58,7 @@ void ConversionWindows::ShowTags(ConversionForm& form, bool confirms_itself) {
 }
 
 void ConversionWindows::ShowRun() {
-  if (summary_) summary_->hide();  // of the run before
+  if (summary_) summary_->close();  // of the run before
   main_.EnableForConversion();
   run_dialog_.Begin();
 }
@@ -74,8 +74,9 @@ void ConversionWindows::TellConverted() { main_.display().TellConverted(); }
 
 void ConversionWindows::ShowSummary(const std::string& text, const std::string& folder) {
   const Program& program = main_.program();
-  summary_ = std::make_unique<SummaryDialog>(main_.context(), text, folder,
-                                             program.env.open_document, &main_);
+  delete summary_;
+  summary_ = new SummaryDialog(main_.context(), text, folder, program.env.open_document, &main_);
+  summary_->setAttribute(Qt::WA_DeleteOnClose);
   summary_->show();
 }
 

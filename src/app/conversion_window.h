@@ -1,7 +1,7 @@
 /// The windows of a conversion, around the main one.
 #pragma once
 
-#include <memory>
+#include <QPointer>
 #include <string>
 
 #include "app/conversion_series.h"
@@ -37,7 +37,7 @@ class ConversionWindows : private ConversionView {
   frmMidiTest& main_;
   ConversionSeries series_;
   RunDialog run_dialog_;
-  std::unique_ptr<SummaryDialog> summary_;  ///< the latest one
+  QPointer<SummaryDialog> summary_;  ///< until it is closed
 };
 
 }  // namespace vexolo

@@ -22,7 +22,7 @@ constexpr QColor kDimText(0x84, 0x88, 0x8f);
 constexpr QColor kAccent(0x3f, 0xd6, 0xcd);
 constexpr QColor kBlack(0x0e, 0x0f, 0x11);
 
-constexpr int kPictures = 1024;      ///< kilobytes of them that the style keeps
+constexpr int kPictures = 256;       ///< kilobytes of them that the style keeps
 constexpr QSize kButtonRoom(12, 4);  // pixels, both sides of a caption together
 
 /// The toolkit's plain style with room around captions, with outlines of check boxes and radio

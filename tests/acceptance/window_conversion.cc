@@ -11,13 +11,14 @@
 #include <QScreen>
 #include <QTest>
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <malloc.h>
 #include <time.h>
@@ -59,14 +60,17 @@ class LatencyMeter {
     if (thread_.joinable()) thread_.join();
     QCoreApplication::sendPostedEvents(&receiver_);
   }
-  std::size_t count() const { return milliseconds_.size(); }
-  double Worst() const { return Quantile(1); }
+  std::size_t count() const { return count_; }
+  double Worst() const { return worst_; }
   double Busiest() const { return busiest_; }
+  /// In milliseconds, rounded up to a step.
   double Quantile(double share) const {
-    if (milliseconds_.empty()) return 0;
-    std::vector<double> sorted = milliseconds_;
-    std::sort(sorted.begin(), sorted.end());
-    return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
+    std::size_t left = static_cast<std::size_t>(share * static_cast<double>(count_));
+    for (std::size_t step = 0; step < kSteps; ++step) {
+      if (left <= waits_[step]) return kStep * static_cast<double>(step + 1);
+      left -= waits_[step];
+    }
+    return worst_;
   }
 
  private:
@@ -80,7 +84,10 @@ class LatencyMeter {
   }
 
   void Arrived(Clock::time_point posted) {
-    milliseconds_.push_back(1000 * SecondsSince(posted));
+    const double wait = 1000 * SecondsSince(posted);
+    ++count_;
+    worst_ = std::max(worst_, wait);
+    ++waits_[std::min(kSteps - 1, static_cast<std::size_t>(wait / kStep))];
     const double now = 1000 * ThreadSeconds();
     if (worked_ >= 0) busiest_ = std::max(busiest_, now - worked_);
     worked_ = now;
@@ -90,7 +97,12 @@ class LatencyMeter {
   double worked_ = -1;  ///< milliseconds of the window thread when the last one arrived
   double busiest_ = 0;
   QObject receiver_;
-  std::vector<double> milliseconds_;
+  // No list of them: it would grow with the run whose memory is measured.
+  static constexpr double kStep = 0.1;  ///< milliseconds
+  static constexpr std::size_t kSteps = 5000;
+  std::array<std::uint32_t, kSteps> waits_{};
+  std::size_t count_ = 0;
+  double worst_ = 0;
   std::thread thread_;
 };
 
@@ -153,6 +165,7 @@ class Session {
                                                      : "OptionWav";
       dialog.findChild<QRadioButton*>(option)->click();
       if (!picture.empty()) dialog.grab().save(Q(picture));
+      megabytes_ = ResidentMegabytes();
       begun_ = Clock::now();
       ConversionBench::Click(dialog, button);
     });
@@ -173,6 +186,8 @@ class Session {
   }
   QDialog* RunDialog() const { return bench_.window->findChild<QDialog*>("RunDialog"); }
   double seconds() const { return seconds_; }
+  /// Resident when the button was about to be pressed.
+  double megabytes() const { return megabytes_; }
 
  private:
   static void Type(QDialog& dialog, const char* name, const std::string& text) {
@@ -187,6 +202,7 @@ class Session {
   const Wishes wishes_;
   Clock::time_point begun_;
   double seconds_ = 0;
+  double megabytes_ = 0;
 };
 
 /// The windows as they stand on the screen.
@@ -257,15 +273,18 @@ int Main(int argc, char** argv) {
   std::string summary;
   if (QDialog* dialog = session.Summary()) {
     summary = dialog->findChild<QPlainTextEdit*>("Text")->toPlainText().toStdString();
+    QTest::mouseClick(dialog->findChild<QPushButton*>("Close"), Qt::LeftButton);
   }
+  QTest::qWait(100);
   std::printf(
       "{\"seconds\": %.3f, \"worst_ms\": %.2f, \"busiest_ms\": %.2f, \"p99_ms\": %.2f, \"posted\": "
       "%zu, "
-      "\"mb_before\": %.2f, \"mb_after\": %.2f, \"children\": %d, \"asked\": %d, \"shown\": %d, "
+      "\"mb_before\": %.2f, \"mb_begun\": %.2f, \"mb_after\": %.2f, \"children\": %d, \"asked\": "
+      "%d, \"shown\": %d, "
       "\"summary\": %s}\n",
       session.seconds(), meter.Worst(), meter.Busiest(), meter.Quantile(0.99), meter.count(),
-      before, ResidentMegabytes(), CountChildren(), answerer.asked, answerer.shown,
-      JsonText(summary).c_str());
+      before, session.megabytes(), ResidentMegabytes(), CountChildren(), answerer.asked,
+      answerer.shown, JsonText(summary).c_str());
   return 0;
 }
 
