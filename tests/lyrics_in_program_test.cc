@@ -108,6 +108,19 @@ TEST_F(LyricsInProgram, ACodePageIsKeptBesideTheSongAndComesBackWithIt) {
   EXPECT_EQ(kCodePageMacintosh, state().lyrics.code_pages().forced());
 }
 
+TEST_F(LyricsInProgram, NoCodePageIsChosenWhileTheSongIsConverted) {
+  ASSERT_TRUE(Start(Quoted(Song("one.mid"))));
+  Click(kLyricsButton);
+  const auto can_choose = [this] {
+    return Lyrics().PrepareMenu().findChild<QAction*>("CodePage")->isEnabled();
+  };
+  EXPECT_TRUE(can_choose());
+  state().converting = true;
+  EXPECT_FALSE(can_choose());
+  state().converting = false;
+  EXPECT_TRUE(can_choose());
+}
+
 TEST_F(LyricsInProgram, ItFollowsTheMainWindow) {
   ASSERT_TRUE(Start());
   Click(kLyricsButton);

@@ -65,7 +65,8 @@ PluggedCompanion MakeLyrics(frmMidiTest& main) {
       .api = program.api,
       .audio = program.state.audio,
       .model = program.state.lyrics,
-      .store_code_page = [&program](std::int16_t page) { program.settings.SaveCodePage(page); }};
+      .store_code_page = [&program](std::int16_t page) { program.settings.SaveCodePage(page); },
+      .is_converting = [&program] { return program.state.converting; }};
   auto window = std::make_unique<OGLWin>(main.context(), &main, std::move(parts));
   PluggedCompanion plugged;
   plugged.lyrics = &window->scene();

@@ -102,7 +102,7 @@ void LyricMenu::ShowState(const LyricMenuState& state) {
   closer_->setEnabled(state.zoom > 0);
   farther_->setEnabled(state.zoom < kLyricZoomMax);
   themes_[static_cast<std::size_t>(state.options.theme)]->setChecked(true);
-  code_page_->setEnabled(state.has_song);
+  code_page_->setEnabled(state.takes_code_page);
   for (std::size_t i = 0; i < code_pages_.size(); ++i) {
     code_pages_[i]->setChecked(kCodePageChoices[i] == state.code_page);
   }

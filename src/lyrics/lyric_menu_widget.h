@@ -17,7 +17,7 @@ struct LyricMenuState {
   LyricViewOptions options;
   bool has_other_screen = false;
   int zoom = 0;
-  bool has_song = false;  ///< whose code page can be chosen
+  bool takes_code_page = false;  ///< of the song that is loaded
   std::int16_t code_page = kCodePageNone;
 };
 

@@ -386,10 +386,11 @@ LyricMenuChoices OGLWin::MenuChoices() {
 }
 
 LyricMenu& OGLWin::PrepareMenu() {
+  const bool is_converting = parts_.is_converting && parts_.is_converting();
   menu_->ShowState({.options = options_,
                     .has_other_screen = ReachableScreens().size() > 1,
                     .zoom = scene_.zoom(),
-                    .has_song = parts_.audio.stream != 0,
+                    .takes_code_page = parts_.audio.stream != 0 && !is_converting,
                     .code_page = parts_.model.code_pages().forced()});
   return *menu_;
 }

@@ -29,6 +29,8 @@ struct LyricWindowParts {
   LyricModel& model;
   /// Keeps the code page that the user has chosen for the song; may be empty.
   std::function<void(std::int16_t page)> store_code_page{};
+  /// A conversion that is under way would not know of another code page; may be empty.
+  std::function<bool()> is_converting{};
   SurfaceSteps surface_steps = UsualSurfaceSteps();
   TextSteps text_steps = UsualTextSteps();
   OutlineSource* outlines = nullptr;  ///< null: the toolkit's fonts
