@@ -32,6 +32,8 @@ using engine::testing::ToneBank;
 
 /// Long, for a busy machine: whatever does not come about is a failure, or has been told.
 constexpr std::chrono::seconds kPatience{30};
+/// Where nothing has been under way for so long, nothing comes about any more.
+constexpr std::chrono::seconds kStandstill{1};
 
 void Write(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
@@ -264,18 +266,28 @@ class Run {
     if (WaitFor([&] { return !parts_->series.is_under_way(); })) Done(what);
   }
 
-  /// Lets the window thread go on until `is_true`, or until a message tells why it never will be.
+  /// Whether the program is at something that goes on by itself.
+  bool IsUnderWay() const {
+    return parts_->program.bank_loader.loading() || parts_->program.state.playing ||
+           parts_->series.is_under_way();
+  }
+
+  /// Lets the window thread go on until `is_true`, or until a message tells why it never will be,
+  /// or the program stands still.
   bool WaitFor(const std::function<bool()>& is_true) {
+    using Clock = std::chrono::steady_clock;
     const std::size_t told = outcome_.boxes.size();
-    const auto end = std::chrono::steady_clock::now() + kPatience;
+    const auto end = Clock::now() + kPatience;
+    auto still_since = Clock::now();
     bool came = false;
-    while (!came && std::chrono::steady_clock::now() < end) {
+    while (!came && Clock::now() < end && Clock::now() - still_since < kStandstill) {
       guard_.Run([&] { thread_.RunUntil(is_true, std::chrono::milliseconds(20)); });
       guard_.Run([&] {
         parts_->program.end_of_song.Tell();
         parts_->timer.Tick();
       });
       guard_.Run([&] { came = is_true(); });
+      if (IsUnderWay()) still_since = Clock::now();
       if (outcome_.boxes.size() > told && !came) return false;
     }
     return came;
