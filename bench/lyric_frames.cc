@@ -11,6 +11,7 @@
 #include <QTest>
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <functional>
@@ -23,6 +24,7 @@
 #include "lyrics/lyric_window.h"
 #include "platform/opengl.h"
 #include "song_builder.h"
+#include "support/resident_memory.h"
 #include "widgets/file_boxes.h"
 #include "widgets/palette.h"
 #include "widgets/skin.h"
@@ -224,13 +226,7 @@ bool MeasureFrames(Stage& stage) {
   return Report("frame of 15 full lines, 1280 x 720, median of 200", spread.median, 16, "ms");
 }
 
-/// Of this process, in KiB; 0 where the system does not tell.
-long ResidentMemory() {
-  QFile file("/proc/self/statm");
-  if (!file.open(QIODevice::ReadOnly)) return 0;
-  const QList<QByteArray> fields = file.readAll().split(' ');
-  return fields.size() > 1 ? fields[1].toLong() * 4 : 0;
-}
+long ResidentKilobytes() { return std::lround(ResidentMegabytes() * 1024); }
 
 bool MeasureMemory(Stage& stage) {
   const LyricModel& model = stage.model();
@@ -244,9 +240,9 @@ bool MeasureMemory(Stage& stage) {
     }
   };
   draw(1000);
-  const long before = ResidentMemory();
+  const long before = ResidentKilobytes();
   draw(10000);
-  const long after = ResidentMemory();
+  const long after = ResidentKilobytes();
   std::printf("resident memory %ld KiB, after 10,000 frames %ld KiB\n", before, after);
   return Report("growth over 10,000 frames", static_cast<double>(after - before), 1024, "KiB");
 }

@@ -3,25 +3,18 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+
+#include "support/resident_memory.h"
 
 namespace vexolo {
 namespace {
 
 #if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-
-std::size_t ResidentBytes() {
-  std::size_t total = 0;
-  std::size_t resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
-  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
 
 void Use(std::size_t blocks, std::size_t size) {
   std::vector<std::unique_ptr<char[]>> used(blocks);

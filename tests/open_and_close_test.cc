@@ -2,28 +2,19 @@
 // Every window opened and closed again and again: nothing piles up.
 #include <QDialog>
 #include <QTest>
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "audio/loader.h"
 #include "fakes/main_window_bench.h"
+#include "support/resident_memory.h"
 
 namespace vexolo {
 namespace {
 
 constexpr int kTimes = 200;
 constexpr int kWarmUp = 40;
-constexpr int kPage = 4096;
-constexpr double kMegabyte = 1 << 20;
-
-double ResidentMegabytes() {
-  long total = 0;
-  long resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
-  return static_cast<double>(resident) * kPage / kMegabyte;
-}
 
 struct OpenAndClose : testing::Test, MainWindowBench {
   OpenAndClose() {

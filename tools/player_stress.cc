@@ -26,16 +26,14 @@
 #include "app/program.h"
 #include "app/transport.h"
 #include "audio/loader.h"
-#include "tools/soak/memory_watch.h"
+#include "tools/soak/restless_hand.h"
 
 namespace {
 
 using namespace vexolo;
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
-constexpr double kRest = 60;             ///< seconds between two rests
-constexpr double kShortest = 6 * kRest;  ///< run that memory is judged by
+constexpr double kWarmUp = 300;  ///< seconds; banks, voices and streams that are kept ready
 
 /// Overwrites every second file that is there.
 class Boxes : public MessageBoxes {
@@ -303,22 +301,6 @@ class Hand {
   int conversions_ = 0;
 };
 
-/// False where memory has grown.
-bool Use(Hand& hand, double seconds) {
-  MemoryWatch memory(std::min(300.0, seconds / 4));
-  const auto begin = Clock::now();
-  const auto elapsed = [&] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
-  for (double next_rest = kRest; elapsed() < seconds;) {
-    hand.Step();
-    if (elapsed() < next_rest) continue;
-    hand.Rest();
-    memory.Look(elapsed());
-    next_rest += kRest;
-  }
-  hand.Report();
-  return seconds < kShortest || memory.IsFlat();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -356,7 +338,7 @@ int main(int argc, char** argv) {
   bool is_flat = false;
   {
     Hand hand(program, messages, argv[1], static_cast<unsigned>(seed));
-    is_flat = Use(hand, seconds);
+    is_flat = UseAndWatch(hand, seconds, kWarmUp);
   }
   program.bank_loader.GiveUp();
   program.binding.Shutdown();

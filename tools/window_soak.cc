@@ -27,18 +27,17 @@
 #include "app/companions.h"
 #include "app/main_window.h"
 #include "fakes/conversion_bench.h"
-#include "tools/soak/memory_watch.h"
+#include "tools/soak/restless_hand.h"
 #include "widgets/palette.h"
 
 namespace {
 
 using namespace vexolo;
-using Clock = std::chrono::steady_clock;
 
-constexpr double kRest = 60;             ///< seconds between two rests
-constexpr double kShortest = 6 * kRest;  ///< run that memory is judged by
+constexpr double kWarmUp = 600;  ///< seconds
 constexpr int kFirstTransportButton = 33;
 constexpr int kModalInterval = 40;  ///< milliseconds between two acts in a dialog that waits
+constexpr int kMostWaits = 6000;    ///< of 20 milliseconds, for everything to come to its end
 
 /// Nobody reads them; every second question gets a yes.
 class SilentBoxes : public MessageBoxes {
@@ -62,6 +61,40 @@ class Hand {
   }
 
   void Step() {
+    Act();
+    // What was posted and what is due runs.
+    QTest::qWait(Draw(4) == 0 ? 30 : 1);
+    bench_.files.asked.clear();
+    bench_.files.answers = {{bench_.folder / "list.zvp"}};
+  }
+
+  /// Nothing is open, nothing under way, and the list is as it was.
+  void Rest() {
+    rests_ = true;
+    for (int i = 0; i < kMostWaits && !IsIdle(); ++i) {
+      for (QWidget* dialog : Others()) dialog->close();
+      QTest::qWait(20);
+    }
+    if (!IsIdle()) std::puts("something is still under way after two minutes");
+    main().Action_Stop();
+    for (const CompanionInfo& info : kCompanions) {
+      if (main().companion(info.companion)->isVisible()) main().companion(info.companion)->close();
+    }
+    PlayListModel& list = program().state.playlist;
+    list.Clear();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QTest::qWait(3000);  // the engine frees beside its callers
+    rests_ = false;
+  }
+
+  void Report() const {
+    std::printf("%d actions:", actions_);
+    for (const auto& [name, count] : counts_) std::printf(" %s %d,", name.c_str(), count);
+    std::printf(" in dialogs and menus that wait %d\n", modal_actions_);
+  }
+
+ private:
+  void Act() {
     ++actions_;
     switch (Draw(20)) {
       case 0:
@@ -99,40 +132,6 @@ class Hand {
     }
   }
 
-  /// Between two steps: what was posted and what is due runs.
-  void Breathe() {
-    QTest::qWait(Draw(4) == 0 ? 30 : 1);
-    bench_.files.asked.clear();
-    bench_.files.answers = {{bench_.folder / "list.zvp"}};
-  }
-
-  /// Nothing is open, nothing under way, and the list is as it was.
-  void Rest() {
-    rests_ = true;
-    const auto begin = Clock::now();
-    while (!IsIdle() && Clock::now() - begin < std::chrono::minutes(2)) {
-      for (QWidget* dialog : Others()) dialog->close();
-      QTest::qWait(20);
-    }
-    if (!IsIdle()) std::puts("something is still under way after two minutes");
-    main().Action_Stop();
-    for (const CompanionInfo& info : kCompanions) {
-      if (main().companion(info.companion)->isVisible()) main().companion(info.companion)->close();
-    }
-    PlayListModel& list = program().state.playlist;
-    list.Clear();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QTest::qWait(3000);  // the engine frees beside its callers
-    rests_ = false;
-  }
-
-  void Report() const {
-    std::printf("%d actions:", actions_);
-    for (const auto& [name, count] : counts_) std::printf(" %s %d,", name.c_str(), count);
-    std::printf(" in dialogs and menus that wait %d\n", modal_actions_);
-  }
-
- private:
   frmMidiTest& main() { return *bench_.window; }
   Program& program() { return *bench_.program; }
 
@@ -280,23 +279,6 @@ class Hand {
   std::map<std::string, int> counts_;
 };
 
-/// False where memory has grown.
-bool Use(Hand& hand, double seconds) {
-  MemoryWatch memory(std::min(600.0, seconds / 4));
-  const auto begin = Clock::now();
-  const auto elapsed = [&] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
-  for (double next_rest = kRest; elapsed() < seconds;) {
-    hand.Step();
-    hand.Breathe();
-    if (elapsed() < next_rest) continue;
-    hand.Rest();
-    memory.Look(elapsed());
-    next_rest += kRest;
-  }
-  hand.Report();
-  return seconds < kShortest || memory.IsFlat();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -324,7 +306,7 @@ int main(int argc, char** argv) {
   }
   bench.program->ini.WriteIni("Wave", "SaveFolder", bench.folder / "out/");
   Hand hand(bench, songs, static_cast<unsigned>(std::atoi(argv[3])));
-  const bool is_flat = Use(hand, std::atof(argv[2]));
+  const bool is_flat = UseAndWatch(hand, std::atof(argv[2]), kWarmUp);
   bench.Quit();
   return is_flat ? 0 : 1;
 }

@@ -20,9 +20,7 @@
 #include <string>
 #include <thread>
 
-#include <malloc.h>
 #include <time.h>
-#include <unistd.h>
 
 #include "app/conversion_window.h"
 #include "app/convert_report.h"
@@ -30,6 +28,7 @@
 #include "platform/heap.h"
 #include "platform/interrupt.h"
 #include "platform/paths.h"
+#include "support/resident_memory.h"
 #include "widgets/message_boxes.h"
 #include "widgets/palette.h"
 
@@ -126,14 +125,6 @@ class Answerer {
  private:
   QTimer timer_;
 };
-
-double ResidentMegabytes() {
-  malloc_trim(0);
-  std::size_t total = 0;
-  std::size_t resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
-  return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
-}
 
 int CountChildren() {
   int count = 0;

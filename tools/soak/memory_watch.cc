@@ -3,16 +3,20 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
-#include <fstream>
+#include <cstdlib>
 #include <span>
 
 #include <malloc.h>
-#include <unistd.h>
+
+#include "support/resident_memory.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define VEXOLO_SANITIZER_HEAP
 // Of the sanitizers' own run-time library, which comes without a header here.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT
+#endif
+#ifdef __SANITIZE_ADDRESS__
+extern "C" void __sanitizer_print_memory_profile(std::size_t percent, std::size_t most);  // NOLINT
 #endif
 
 namespace vexolo {
@@ -29,6 +33,13 @@ double HeapInUse() {
 #endif
 }
 
+/// Who has taken what is in use, the most first, on the standard error output.
+void PrintCallers() {
+#ifdef __SANITIZE_ADDRESS__
+  if (std::getenv("VEXOLO_HEAP_CALLERS") != nullptr) __sanitizer_print_memory_profile(100, 100000);
+#endif
+}
+
 /// The least of each.
 MemoryUse Least(std::span<const MemoryUse> looks) {
   MemoryUse least = looks.front();
@@ -41,19 +52,14 @@ MemoryUse Least(std::span<const MemoryUse> looks) {
 
 }  // namespace
 
-MemoryUse CurrentMemoryUse() {
-  long total = 0;
-  long resident = 0;
-  std::ifstream("/proc/self/statm") >> total >> resident;
-  return {static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / kMegabyte,
-          HeapInUse() / kMegabyte};
-}
+MemoryUse CurrentMemoryUse() { return {ResidentMegabytes(), HeapInUse() / kMegabyte}; }
 
 void MemoryWatch::Look(double elapsed) {
   const MemoryUse now = CurrentMemoryUse();
   std::printf("%6.0f s: %.1f MB resident, %.2f MB of heap in use\n", elapsed, now.resident,
               now.in_use);
   std::fflush(stdout);
+  PrintCallers();
   if (elapsed >= warm_up_) looks_.push_back(now);
 }
 

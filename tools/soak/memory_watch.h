@@ -18,6 +18,9 @@ MemoryUse CurrentMemoryUse();
 /// Judged is the least of the first third of the looks after the warm-up against the least of the
 /// last third: what is freed beside the caller, and banks and voices that are kept ready, may be
 /// there at one look and gone at the next; what leaks is there at all of them.
+///
+/// With AddressSanitizer and VEXOLO_HEAP_CALLERS in the environment every look also prints who has
+/// taken what; ASAN_OPTIONS=fast_unwind_on_malloc=0 names callers behind libraries.
 class MemoryWatch {
  public:
   /// What may come on top, in megabytes: nothing to speak of on the heap; of the pages more, for
