@@ -34,7 +34,9 @@ namespace {
 
 using namespace vexolo;
 
-constexpr double kWarmUp = 600;  ///< seconds
+/// Seconds until every window, dialog and letter has been seen, and with that the toolkit's stores of
+/// pictures, letters and icons are full.
+constexpr double kWarmUp = 600;
 constexpr int kFirstTransportButton = 33;
 constexpr int kModalInterval = 40;  ///< milliseconds between two acts in a dialog that waits
 constexpr int kMostWaits = 6000;    ///< of 20 milliseconds, for everything to come to its end
@@ -77,8 +79,12 @@ class Hand {
     }
     if (!IsIdle()) std::puts("something is still under way after two minutes");
     main().Action_Stop();
+    // The lyric window that is only hidden keeps the pictures of its last size, eight megabytes
+    // each where it filled the screen; closed, it keeps nothing.
     for (const CompanionInfo& info : kCompanions) {
-      if (main().companion(info.companion)->isVisible()) main().companion(info.companion)->close();
+      CompanionWindow* companion = main().companion(info.companion);
+      companion->show();
+      companion->close();
     }
     PlayListModel& list = program().state.playlist;
     list.Clear();
