@@ -23,7 +23,7 @@ EXCEPTIONS = {
     "audio": lambda source, target: source.stem == "loader" and target.startswith("engine/"),
 }
 ONE_FILE_ONLY = {"fluidsynth.h": "engine/fluid_sound_font.cc", "RtAudio.h": "engine/rtaudio_device.cc"}
-WINDOW = re.compile(r"_(window|dialog|widget)\.(h|cc)$|^widgets/|^app/vexolo_main\.cc$")
+WINDOW = re.compile(r"_(window|dialog|widget)\.(h|cc)$|^widgets/|^app/(vexolo_main\.cc|guarded_application\.h)$")
 OS_HEADERS = re.compile(r"^(unistd|fcntl|dlfcn|spawn|signal|poll|sys/.*|windows|pthread|sched)\.h$")
 
 
