@@ -34,7 +34,7 @@ namespace {
 
 using namespace vexolo;
 
-/// Seconds until every window, dialog and letter has been seen, and with that the toolkit's stores of
+/// Seconds until every window, dialog and letter has been seen: then the toolkit's stores of
 /// pictures, letters and icons are full.
 constexpr double kWarmUp = 600;
 constexpr int kFirstTransportButton = 33;

@@ -20,8 +20,8 @@ MemoryUse CurrentMemoryUse();
 /// there at one look and gone at the next; what leaks is there at all of them.
 ///
 /// With AddressSanitizer and VEXOLO_HEAP_CALLERS in the environment every look also prints who has
-/// taken what; ASAN_OPTIONS=fast_unwind_on_malloc=0 names callers behind libraries, but may block the
-/// sanitizer itself.
+/// taken what; ASAN_OPTIONS=fast_unwind_on_malloc=0 names callers behind libraries, but may block
+/// the sanitizer itself.
 class MemoryWatch {
  public:
   /// What may come on top, in megabytes: nothing to speak of on the heap; of the pages more, for
