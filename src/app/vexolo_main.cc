@@ -1,6 +1,5 @@
 /// vexolo: the desktop program.
 
-#include <QApplication>
 #include <QCommandLineParser>
 #include <QDesktopServices>
 #include <QDir>
@@ -10,6 +9,7 @@
 
 #include "app/action_guard.h"
 #include "app/command_line_songs.h"
+#include "app/guarded_application.h"
 #include "app/main_window.h"
 #include "app/program.h"
 #include "audio/loader.h"
@@ -27,22 +27,6 @@
 namespace {
 
 using namespace vexolo;
-
-/// Guards each event on its own: nothing that is thrown may pass through the toolkit.
-class GuardedApplication : public QApplication {
- public:
-  GuardedApplication(int& argc, char** argv, ActionGuard& guard)
-      : QApplication(argc, argv), guard_(guard) {}
-
-  bool notify(QObject* receiver, QEvent* event) override {
-    bool handled = false;
-    guard_.Run([&] { handled = QApplication::notify(receiver, event); });
-    return handled;
-  }
-
- private:
-  ActionGuard& guard_;
-};
 
 void Post(std::function<void()> action) {
   QMetaObject::invokeMethod(qApp, std::move(action), Qt::QueuedConnection);

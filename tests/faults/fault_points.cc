@@ -96,6 +96,14 @@ bool FileFails(int file, int error) {
 
 bool StreamFails(std::FILE* file, int error) { return FileFails(fileno(file), error); }
 
+/// The toolkit's own threads, that draw and speak to the session bus, are left alone: it waits for
+/// ever for one that could not be made.
+bool IsToolkit(const void* caller) {
+  Dl_info module{};
+  return dladdr(caller, &module) != 0 && module.dli_fname != nullptr &&
+         std::string_view(module.dli_fname).find("libQt6") != std::string_view::npos;
+}
+
 /// The system's own function behind the one of ours that has its name.
 template <typename Function>
 Function* Next(const char* name) {
@@ -367,7 +375,7 @@ VEXOLO_FAULT_POINT(int, waitid, (idtype_t which, id_t child, siginfo_t* info, in
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
                    void* argument) noexcept {
   static const auto next = Next<decltype(pthread_create)>("pthread_create");
-  if (Fails(Kind::kProcess, EAGAIN)) return EAGAIN;
+  if (!IsToolkit(__builtin_return_address(0)) && Fails(Kind::kProcess, EAGAIN)) return EAGAIN;
   return next(thread, attributes, start, argument);
 }
 

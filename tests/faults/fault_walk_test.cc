@@ -28,8 +28,6 @@ namespace fs = std::filesystem;
 
 constexpr std::chrono::seconds kLongestRun{240};
 constexpr int kRunsAtOnce = 12;
-/// Faults of one test, unless more are asked for.
-constexpr std::size_t kSample = 25;
 
 std::string ReadFile(const std::string& path) {
   std::ostringstream content;
@@ -167,11 +165,12 @@ std::vector<std::uint64_t> Numbers(const Result& reference) {
   }
   for (const auto& [origin, end] : ends) chosen.insert({end.first, end.second});
   std::vector<std::uint64_t> numbers(chosen.begin(), chosen.end());
-  if (!wish.empty() || numbers.size() <= kSample) return numbers;
-  for (std::size_t i = 0; i < kSample; ++i) {
-    numbers[i] = numbers[i * (numbers.size() - 1) / (kSample - 1)];
+  const std::size_t sample = SampleSize();
+  if (!wish.empty() || numbers.size() <= sample) return numbers;
+  for (std::size_t i = 0; i < sample; ++i) {
+    numbers[i] = numbers[i * (numbers.size() - 1) / (sample - 1)];
   }
-  numbers.resize(kSample);
+  numbers.resize(sample);
   return numbers;
 }
 
@@ -270,7 +269,8 @@ class FaultWalk {
   static std::string Told(const Result& result) {
     std::string told = ":";
     for (const std::string& line : result.lines) {
-      if (line.starts_with("box ")) told += " \"" + line.substr(4) + "\"";
+      if (line.starts_with("count ") || line.starts_with("origin ")) continue;
+      told += line.starts_with("box ") ? " \"" + line.substr(4) + "\"" : " " + line + ",";
     }
     return told + "\n" + result.callers;
   }

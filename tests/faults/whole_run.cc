@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -20,50 +18,9 @@
 #include "faults/fault_points.h"
 #include "mixer/options.h"
 #include "playlist/list_file.h"
-#include "song_builder.h"
-#include "tone_bank.h"
 
 namespace vexolo::faults {
 namespace {
-
-namespace fs = std::filesystem;
-using engine::testing::SongBuilder;
-using engine::testing::ToneBank;
-
-/// Long, for a busy machine: whatever does not come about is a failure, or has been told.
-constexpr std::chrono::seconds kPatience{30};
-/// Where nothing has been under way for so long, nothing comes about any more.
-constexpr std::chrono::seconds kStandstill{1};
-
-void Write(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-/// Less than a second, with a word to every note.
-std::string Song(int number) {
-  SongBuilder song;
-  song.Tempo(0, 500000).Name("Words", 1).Text(0, "@TTitle " + std::to_string(number), 1);
-  for (std::uint32_t beat = 0; beat < 6; ++beat) {
-    song.Note(120 * beat, 60, 3, 60 + static_cast<int>(beat));
-    song.Note(120 * beat, 60, 5, 48);
-    song.Text(120 * beat, "la ", 1);
-  }
-  return song.Song();
-}
-
-/// Boxes that write down what they say, and agree to everything.
-class Boxes : public MessageBoxes {
- public:
-  explicit Boxes(Outcome& outcome) : outcome_(outcome) {}
-  void Show(const std::string& text, const std::string&, BoxIcon) override {
-    const Quiet quiet;
-    outcome_.boxes.push_back(text);
-  }
-  bool AskYesNo(const std::string&, const std::string&) override { return true; }
-
- private:
-  Outcome& outcome_;
-};
 
 /// Windows that are not there.
 class NoWindows : public StartUpWindows,
@@ -154,7 +111,7 @@ class Run {
                    .files = run.files_,
                    .program_folder = run.place_.program(),
                    .settings_file = run.place_.settings(),
-                   .command_line = '"' + run.place_.song(1) + '"',
+                   .command_line = run.place_.command_line(),
                    .separator = '.',
                    .post = run.Poster()}),
           transport({program.api, program.state, program.song_start, program.settings, program.ini,
@@ -259,7 +216,7 @@ class Run {
       form.boxes.format = format;
       form.boxes.folder = place_.output();
       form.boxes.scheme = format == AudioFormat::kWav ? "wav" : "mp3";
-      form.boxes.comment = "-";
+      form.boxes.comment = std::string(1, '-');
       form.Confirm(false, boxes_);
     };
     guard_.Run([&] { parts_->series.Action_Record(); });
@@ -272,30 +229,25 @@ class Run {
            parts_->series.is_under_way();
   }
 
-  /// Lets the window thread go on until `is_true`, or until a message tells why it never will be,
-  /// or the program stands still.
   bool WaitFor(const std::function<bool()>& is_true) {
-    using Clock = std::chrono::steady_clock;
-    const std::size_t told = outcome_.boxes.size();
-    const auto end = Clock::now() + kPatience;
-    auto still_since = Clock::now();
     bool came = false;
-    while (!came && Clock::now() < end && Clock::now() - still_since < kStandstill) {
-      guard_.Run([&] { thread_.RunUntil(is_true, std::chrono::milliseconds(20)); });
-      guard_.Run([&] {
-        parts_->program.end_of_song.Tell();
-        parts_->timer.Tick();
-      });
-      guard_.Run([&] { came = is_true(); });
-      if (IsUnderWay()) still_since = Clock::now();
-      if (outcome_.boxes.size() > told && !came) return false;
-    }
-    return came;
+    return Await(
+        outcome_,
+        [&] {
+          guard_.Run([&] { thread_.RunUntil(is_true, std::chrono::milliseconds(20)); });
+          guard_.Run([&] {
+            parts_->program.end_of_song.Tell();
+            parts_->timer.Tick();
+          });
+          guard_.Run([&] { came = is_true(); });
+          return came;
+        },
+        [&] { return IsUnderWay(); });
   }
 
   const Place& place_;
   Outcome& outcome_;
-  Boxes boxes_;
+  NotedBoxes boxes_;
   ActionGuard guard_;
   FakeFileDialogs files_;
   FakeWindowThread thread_;
@@ -306,31 +258,7 @@ class Run {
 
 }  // namespace
 
-Place Furnish(const std::string& root) {
-  const Place place{root};
-  fs::create_directories(place.program());
-  fs::create_directories(root + "/songs");
-  fs::create_directories(root + "/output");
-  const std::string languages = std::string(VEXOLO_SOURCES) + "/src/resources/languages/";
-  fs::copy_file(languages + "fr.lng", place.program() + "/fr.lng");
-  fs::copy_file(languages + "fr.lng", place.program() + "/vexolo.dll");
-  Write(place.program() + "/Orvanel.SF2", ToneBank());
-  // An encoder that keeps what it gets.
-  const std::string encoder = place.program() + "/lame";
-  Write(encoder, "#!/bin/sh\nfor last; do :; done\nexec cat >\"$last\"\n");
-  fs::permissions(encoder, fs::perms(0755));
-  Write(place.settings(),
-        "[Vexolo]\r\nLng=fr\r\nAutoMute=1\r\n[Keep]\r\nMe=as I am\r\n[Wave]\r\n"
-        "SaveFolder=/nowhere/\r\n[Tags]\r\nAlbum=Kept\r\n[Repeat]\r\nMode=0\r\n");
-  for (const int number : {1, 2}) {
-    Write(place.song(number), Song(number));
-    Write(place.song_settings(number),
-          "[Gain]\r\nSlider=3\r\n[Volume]\r\nCh3=150\r\nCh5=40\r\n[Mute]\r\nCh7=1\r\n"
-          "[CC]\r\nCC3=90\r\n[Marqueurs]\r\nMarche=0\r\nDebut=0.000\r\nFin=0.000\r\n");
-  }
-  Write(place.list(), place.song(1) + "\r\n");
-  return place;
-}
+std::size_t SampleSize() { return 25; }
 
 Outcome RunProgram(const Place& place) {
   Outcome outcome;
