@@ -202,8 +202,12 @@ class WindowRun {
   void Convert(AudioFormat format, const char* what) {
     format_ = format;
     run_.hidden = false;
+    const std::size_t told = outcome_.boxes.size();
     Click(kRecord);
+    // The user waits for the end as long as nothing is said.
+    waits_for_run_ = [this, told] { return outcome_.boxes.size() == told; };
     if (WaitFor([&] { return run_.hidden; })) Done(what);
+    waits_for_run_ = [] { return false; };
   }
 
   bool WaitFor(const std::function<bool()>& is_true) {
@@ -217,7 +221,7 @@ class WindowRun {
         },
         [&] {
           return program_->bank_loader.loading() || program_->state.playing ||
-                 program_->state.converting;
+                 program_->state.converting || waits_for_run_();
         });
   }
 
@@ -233,6 +237,7 @@ class WindowRun {
   QTimer answers_;
   AudioFormat format_ = AudioFormat::kWav;  ///< to be chosen
   EndOfRun run_;
+  std::function<bool()> waits_for_run_ = [] { return false; };
   std::unique_ptr<AudioLibrary> library_;
   std::unique_ptr<Program> program_;
   std::unique_ptr<frmMidiTest> window_;
