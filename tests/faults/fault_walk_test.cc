@@ -239,7 +239,9 @@ class FaultWalk {
   }
 
   void Check(const Fault& fault, const Result& result) {
-    SCOPED_TRACE("operation " + std::to_string(fault.number) + Told(result));
+    const std::string told = "operation " + std::to_string(fault.number) + Told(result);
+    SCOPED_TRACE(told);
+    if (std::getenv("VEXOLO_FAULT_TELL") != nullptr) std::puts(told.c_str());
     EXPECT_EQ(result.end, "");
     for (const auto& [name, content] : before_) {
       ExpectSettingsKept(name, result, content, reference_);
