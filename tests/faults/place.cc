@@ -67,6 +67,12 @@ Place Furnish(const std::string& root) {
           "[CC]\r\nCC3=90\r\n[Marqueurs]\r\nMarche=0\r\nDebut=0.000\r\nFin=0.000\r\n");
   }
   Write(place.list(), place.song(1) + "\r\n");
+  // As a user's files are. One that was written this instant is read again for every key.
+  for (const auto& entry : fs::recursive_directory_iterator(root)) {
+    if (entry.is_regular_file()) {
+      fs::last_write_time(entry.path(), fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
+  }
   return place;
 }
 
