@@ -1,7 +1,7 @@
 # make run      opens the program with the demo song (SONG=path for another); without a display it
 #               converts the song and says where the file is
 # make test     builds and runs every test
-# make bench    side by side with other renderers and encoders
+# make bench    side by side with other renderers and encoders; start-up and memory
 # make bench-window
 #               how soon the window answers, what it takes, late blocks
 # make acceptance
@@ -43,6 +43,8 @@ test:
 bench: program
 	@scripts/install.sh bench
 	@python3 bench/run.py $(BUILD)/program
+	@printf '\n### The window, from the start of the program\n\n'
+	@xvfb-run -a -s "-screen 0 1600x1200x24" python3 bench/window_start.py $(BUILD)/program $(BANK) 5
 
 bench-window: program
 	@scripts/install.sh bench

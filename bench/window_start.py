@@ -80,6 +80,14 @@ def wait_for(condition, begin):
     return (time.monotonic() - begin) * 1000
 
 
+def resident_megabytes(process):
+    """In its own memory and in pages of files, libraries above all."""
+    text = Path(f"/proc/{process}/status").read_text(encoding="ascii", errors="replace")
+    values = dict(line.split(":", 1) for line in text.splitlines())
+    own, files = (int(values[key].split()[0]) / 1024 for key in ("RssAnon", "RssFile"))
+    return own, files
+
+
 def measure(display, program):
     left, top = (display.width - WIDTH) // 2, (display.height - HEIGHT) // 2
     display.move(left + 10, top + 200)
@@ -97,7 +105,7 @@ def measure(display, program):
         display.click(left + x + width // 2, top + y + height // 2)
         display.move(left + 10, top + 200)
         answered = wait_for(lambda: display.pixels(*face) != before, begin)
-        return painted, answered
+        return painted, answered, resident_megabytes(process.pid)
     finally:
         process.terminate()
         process.wait()
@@ -111,15 +119,19 @@ def main():
     rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 7
     display = Display()
     answers = []
+    memory = []
     with tempfile.TemporaryDirectory(prefix="vexolo-bench-") as folder:
         program = program_folder(source, bank, Path(folder))
         measure(display, program)  # files are in the cache from here on
         for number in range(rounds):
-            painted, answered = measure(display, program)
+            painted, answered, resident = measure(display, program)
             answers.append(answered)
+            memory.append(resident)
             print(f"round {number + 1}: painted after {painted:.0f} ms, answering after {answered:.0f} ms")
     median = statistics.median(answers)
-    print(f"median {median:.0f} ms, longest {max(answers):.0f} ms (mark {MARK_MS})")
+    own, files = sorted(memory)[len(memory) // 2]
+    print(f"median {median:.0f} ms, longest {max(answers):.0f} ms (mark {MARK_MS}); then "
+          f"{own:.0f} MB of memory, and {files:.0f} MB of files mapped")
     return 0 if median < MARK_MS else 1
 
 
