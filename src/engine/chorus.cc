@@ -13,7 +13,7 @@ constexpr float kShortest = 2.0F;  // frames: the interpolation looks one frame 
 constexpr std::uint32_t kQuarterTurn = 1U << 30;
 
 float Frames(float milliseconds) {
-  return static_cast<float>(static_cast<double>(milliseconds) * kSampleRate / 1000.0);
+  return static_cast<float>(static_cast<double>(milliseconds) * kFrameRate / 1000.0);
 }
 
 /// Sine of a phase, error below 4e-6: the turn is folded to a half and the series cut after x^9.
@@ -47,7 +47,7 @@ void Chorus::SetDelay(float milliseconds) { wanted_tap_.delay = Frames(milliseco
 void Chorus::SetDepth(float milliseconds) { wanted_tap_.depth = Frames(milliseconds); }
 
 void Chorus::SetRate(float hertz) {
-  phase_step_ = static_cast<std::uint32_t>(std::lround(hertz / kSampleRate * 0x1p32));
+  phase_step_ = static_cast<std::uint32_t>(std::lround(hertz / kFrameRate * 0x1p32));
 }
 
 void Chorus::SetFeedback(float amount) {

@@ -21,6 +21,7 @@
 #include "engine/sound_font.h"
 #include "engine/sound_font_check.h"
 #include "engine/sound_font_synth.h"
+#include "engine/time_line.h"
 
 // FluidSynth's reader spreads its work over OpenMP's threads where it was built with OpenMP, and a
 // system that has no more threads to give would end the program there. There is little to spread:
@@ -38,7 +39,6 @@ void ReadWithThisThreadAlone() {
 #endif
 }
 
-constexpr double kSampleRate = 44100.0;
 constexpr int kGrid = 64;
 constexpr int kPrograms = 128;
 constexpr int kDrumBank = 128;

@@ -1,9 +1,11 @@
 /// A value that reaches its target in a short straight line, counted in frames.
 #pragma once
 
+#include "engine/time_line.h"
+
 namespace vexolo::engine {
 
-inline constexpr double kSampleRate = 44100.0;
+inline constexpr double kFrameRate = kSampleRate;
 
 /// Length of every ramp and cross-fade of the mixing desk: 14.5 ms.
 inline constexpr int kRampFrames = 640;

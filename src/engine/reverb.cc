@@ -39,7 +39,7 @@ constexpr double kNoiseGain = 0.5;  // -6 dB
 constexpr double kReferenceTime = 1800.0;
 
 float DecayGain(double frames, double milliseconds) {
-  return static_cast<float>(std::pow(10.0, -3000.0 * frames / (milliseconds * kSampleRate)));
+  return static_cast<float>(std::pow(10.0, -3000.0 * frames / (milliseconds * kFrameRate)));
 }
 
 /// Energy of the whole response, of which the first pass has 1: what one pass leaves, summed over
@@ -47,7 +47,7 @@ float DecayGain(double frames, double milliseconds) {
 double ResponseEnergy(double milliseconds) {
   double kept = 0.0;
   for (const int length : kLineLengths) {
-    kept += std::pow(10.0, -6000.0 * length / (milliseconds * kSampleRate));
+    kept += std::pow(10.0, -6000.0 * length / (milliseconds * kFrameRate));
   }
   return 1.0 / (1.0 - kept / static_cast<double>(kLineLengths.size()));
 }
@@ -108,7 +108,7 @@ void Reverb::Filter::Set(float hertz) {
     share.Set(0.0F);
     return;
   }
-  warped.Set(static_cast<float>(std::tan(std::numbers::pi * hertz / kSampleRate)));
+  warped.Set(static_cast<float>(std::tan(std::numbers::pi * hertz / kFrameRate)));
   if (share.Zero()) {
     warped.Snap();
     state = {};
@@ -284,7 +284,7 @@ void Reverb::SetTime(float milliseconds) {
 }
 
 void Reverb::SetDelay(float milliseconds) {
-  wanted_delay_ = static_cast<int>(std::lround(milliseconds * kSampleRate / 1000.0));
+  wanted_delay_ = static_cast<int>(std::lround(milliseconds * kFrameRate / 1000.0));
 }
 
 void Reverb::SetLowPass(float hertz) { low_pass_.Set(hertz); }
@@ -527,11 +527,11 @@ VEXOLO_VECTORIZED void Reverb::Diffuse(int side, const Cell& in, Cell& out, int 
 /// Straight lines between the exact rotations at the ends of the cell: so short an arc that the
 /// lost energy (1e-6 of it a pass) does not count.
 void Reverb::UpdateRotations() {
-  const double seconds = cells_ * (kCell / kSampleRate);
+  const double seconds = cells_ * (kCell / kFrameRate);
   for (int i = 0; i < kRotations; ++i) {
     const double turn = 2.0 * std::numbers::pi * kRotationHertz[i];
     const double here = turn * seconds;
-    const double there = turn * (seconds + kCell / kSampleRate);
+    const double there = turn * (seconds + kCell / kFrameRate);
     cos_[i] = static_cast<float>(std::cos(here));
     sin_[i] = static_cast<float>(std::sin(here));
     cos_step_[i] = (static_cast<float>(std::cos(there)) - cos_[i]) / kCell;
