@@ -90,6 +90,13 @@ TEST_F(ControlStateTest, ControllersThatCarryValues) {
   }
 }
 
+TEST_F(ControlStateTest, PressureOfAKeyIsPassedOnAndPressureOfAChannelKeptToo) {
+  EXPECT_THAT(Short(0xA3, 60, 90), ElementsAre("key 3 60 90"));
+  EXPECT_EQ(Channel(3).pressure, 0);
+  EXPECT_THAT(Short(0xD3, 77), ElementsAre("pressure 3 77"));
+  EXPECT_EQ(Channel(3).pressure, 77);
+}
+
 TEST_F(ControlStateTest, ABankWaitsForItsProgramChange) {
   Short(0xC2, 7);
   Short(0xB2, 0, 8);

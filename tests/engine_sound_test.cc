@@ -169,6 +169,42 @@ TEST_F(SoundTest, TheWheelSpansTwoSemitones) {
   }
 }
 
+TEST_F(SoundTest, PressureOfAKeyReachesItsNoteWhateverTheTranspose) {
+  const auto cents = [this](int pressed) {
+    const DWORD stream = Create(Dry().KeyPressure(480, 0, pressed, 127));
+    Send(stream, 0, bass::MIDI_EVENT_TRANSPOSE, 105);
+    const Pcm sound = Pull(stream, 44100);
+    EXPECT_NEAR(Cents(Hertz(sound, 2205, 22050), HertzOf(0, 0)), 500, 1.5);
+    return Cents(Hertz(sound, 24255, 44100), HertzOf(0, 0));
+  };
+  EXPECT_NEAR(cents(60), 500 + kPressureCents, 2.5);
+  EXPECT_NEAR(cents(65), 500, 1.5);  // nobody plays that key
+}
+
+TEST_F(SoundTest, PressureOfAChannelIsVibratoAndHoldsAfterASeek) {
+  constexpr std::size_t kWindow = 1323;  // a quarter of the vibrato's turn
+  const auto swing = [](const Pcm& sound, std::size_t from, std::size_t to) {
+    double least = 1e9;
+    double most = 0;
+    for (std::size_t at = from; at + kWindow <= to; at += kWindow / 2) {
+      const double hertz = Hertz(sound, at, at + kWindow);
+      least = std::min(least, hertz);
+      most = std::max(most, hertz);
+    }
+    return Cents(most, least);
+  };
+  const DWORD stream = Create(SongBuilder()
+                                  .Note(0, 960, 0, 60)
+                                  .ChannelPressure(480, 0, 127)
+                                  .Note(960, 960, 0, 60)
+                                  .End(1920));
+  const Pcm sound = Pull(stream, 44100);
+  EXPECT_LT(swing(sound, 2205, 22050), 2);
+  EXPECT_GT(swing(sound, 24255, 44100), 60);
+  ASSERT_TRUE(Seek(stream, 950, kTicks));
+  EXPECT_GT(swing(Pull(stream, 22050), 4410, 22050), 60);
+}
+
 TEST_F(SoundTest, NotesOfTheProgram) {
   const DWORD stream = Create(SongBuilder().Control(0, 2, 91, 0).End(19200));
   Pull(stream, 100);

@@ -31,6 +31,12 @@ class SongBuilder {
                     int velocity = 100, int track = 0) {
     return Press(tick, channel, key, velocity, track).Release(tick + length, channel, key, track);
   }
+  SongBuilder& KeyPressure(std::uint32_t tick, int channel, int key, int value) {
+    return Add(tick, Bytes({0xA0 | channel, key, value}));
+  }
+  SongBuilder& ChannelPressure(std::uint32_t tick, int channel, int value) {
+    return Add(tick, Bytes({0xD0 | channel, value}));
+  }
   SongBuilder& Control(std::uint32_t tick, int channel, int controller, int value, int track = 0) {
     return Add(tick, Bytes({0xB0 | channel, controller, value}), track);
   }

@@ -19,6 +19,9 @@ struct Tone {
   int period;  ///< frames, at key 60
 };
 
+/// How far the pressure of a key bends a note of the first tone, in cents.
+inline constexpr int kPressureCents = 99;
+
 /// At key 60, in hertz: 441, 551.25, 882, 1102.5, 1764, 2205.
 inline constexpr std::array<Tone, 6> kTones = {{
     {0, 0, 100},
@@ -47,6 +50,7 @@ inline std::string ToneBank(double amplitude = 0.5) {
   bank.pgen.clear();
   bank.inst.clear();
   bank.ibag.clear();
+  bank.imod.clear();
   bank.igen.clear();
   bank.shdr.clear();
   std::uint32_t start = 0;
@@ -63,7 +67,7 @@ inline std::string ToneBank(double amplitude = 0.5) {
     bank.pbag += Pair(index, 0);
     bank.pgen += Pair(41, index);
     bank.inst += InstrumentRecord("Tone" + std::to_string(index), index);
-    bank.ibag += Pair(2 * index, 0);
+    bank.ibag += Pair(2 * index, index == 0 ? 0 : 1);
     bank.igen += Pair(54, 1) + Pair(53, index);
     bank.shdr += SampleRecord(start, start + kLoop + 2 * kAround);
     start += kLoop + 2 * kAround + 46;
@@ -73,7 +77,10 @@ inline std::string ToneBank(double amplitude = 0.5) {
   bank.pbag += Pair(index, 0);
   bank.pgen += Pair(0, 0);
   bank.inst += InstrumentRecord("EOI", index);
-  bank.ibag += Pair(2 * index, 0);
+  bank.ibag += Pair(2 * index, 1);
+  bank.imod +=
+      Pair(10, 52) + Pair(kPressureCents, 0) + Word(0);  // the key's pressure on the tuning
+  bank.imod += std::string(10, '\0');
   bank.igen += Pair(0, 0);
   bank.shdr += SampleRecord(0, 0, 0);
   return bank.Bytes();
