@@ -282,6 +282,22 @@ TEST_F(ConvertCommandTest, OneSongThatFailsLeavesTheOthersDone) {
   EXPECT_EQ(out_.str(), Out("Édith - L'Été.wav") + "\n");
 }
 
+TEST_F(ConvertCommandTest, TheSongItselfIsNeverReplaced) {
+  const std::string song = folder_.Write("songs/tune.wav", KaraokeSong());
+  EXPECT_EQ(
+      Run({"-s", VEXOLO_TEST_BANK, "-o", folder_ / "songs", "-f", "wav", "-y", "-n", "tune", song}),
+      1);
+  EXPECT_THAT(err_.str(), HasSubstr("songs/tune.wav is the song itself\n"));
+  EXPECT_EQ(folder_.Read("songs/tune.wav"), KaraokeSong());
+}
+
+TEST_F(ConvertCommandTest, LyricsThatCannotBeWrittenAreToldAndTheSoundIsKept) {
+  fs::create_directories(folder_ / "out/tune.kok/in the way");
+  EXPECT_EQ(Convert({"-f", "wav", "-n", "tune", song_}), 1);
+  EXPECT_THAT(err_.str(), HasSubstr("tune.kar: the lyrics file could not be written: "));
+  EXPECT_GE(Seconds(folder_.Read("out/tune.wav")), 3);
+}
+
 TEST_F(ConvertCommandTest, MissingBankIsTold) {
   EXPECT_EQ(Run({song_}, folder_ / "program"), 1);
   EXPECT_THAT(err_.str(), HasSubstr("no SoundFont"));

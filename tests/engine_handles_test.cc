@@ -1,4 +1,5 @@
 // layer: engine
+#include <array>
 #include <random>
 #include <thread>
 
@@ -220,6 +221,32 @@ TEST_F(HandlesTest, FontListsOfStreams) {
   EXPECT_FALSE(SetFont(stream, 12345));
   EXPECT_EQ(api.BASS_MIDI_StreamGetFonts(stream, &list, 1), 1u);
   EXPECT_EQ(list.font, other) << "a font that failed took the old one's place";
+}
+
+TEST_F(HandlesTest, FontsForSinglePresetsAreRefusedAndLeaveTheListAlone) {
+  const DWORD stream = Create(SongBuilder().Note(0, 960, 0, 60).End(960));
+  const DWORD font = LoadTones();
+  ASSERT_TRUE(SetFont(stream, font));
+  const std::array<bass::BASS_MIDI_FONT, 2> two = {{{font, -1, 0}, {font, -1, 0}}};
+  EXPECT_FALSE(api.BASS_MIDI_StreamSetFonts(stream, two.data(), 2));
+  EXPECT_EQ(Error(), bass::BASS_ERROR_NOTAVAIL);
+  for (const bass::BASS_MIDI_FONT entry : {bass::BASS_MIDI_FONT{font, 5, 0}, {font, -1, 1}}) {
+    EXPECT_FALSE(api.BASS_MIDI_StreamSetFonts(stream, &entry, 1));
+    EXPECT_EQ(Error(), bass::BASS_ERROR_NOTAVAIL);
+  }
+  EXPECT_FALSE(api.BASS_MIDI_StreamSetFonts(stream, nullptr, 1));
+  EXPECT_EQ(Error(), bass::BASS_ERROR_ILLPARAM);
+  EXPECT_GT(RmsOf(Left(Pull(stream, 4410), 0, 4410)), 100);
+}
+
+TEST_F(HandlesTest, SoundIsDeliveredIntoABufferOfAtMostTwoGigabytes) {
+  const DWORD stream = Create(SongBuilder().End(960));
+  std::array<char, 64> buffer{};
+  EXPECT_EQ(api.BASS_ChannelGetData(stream, nullptr, 64), bass::kError32);
+  EXPECT_EQ(Error(), bass::BASS_ERROR_ILLPARAM);
+  EXPECT_EQ(api.BASS_ChannelGetData(stream, buffer.data(), 0x80000000u), bass::kError32);
+  EXPECT_EQ(Error(), bass::BASS_ERROR_ILLPARAM);
+  EXPECT_EQ(Position(stream), 0u);
 }
 
 TEST_F(HandlesTest, TheErrorCodeBelongsToTheThread) {
