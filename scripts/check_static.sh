@@ -10,7 +10,7 @@ build=${1:-build}
 [ $# = 0 ] || shift
 [ $# -gt 0 ] || set -- src oggenc tools
 jobs=${JOBS:-$(nproc)}
-minutes=30  # on two busy cores it takes a third of that
+minutes=45  # a guard against hanging
 status=0
 
 cmake -S . -B "$build" -G Ninja >/dev/null

@@ -4,9 +4,11 @@
 usage: tidy_units.py BUILD JOBS FOLDER...
 
 Most of clang-tidy's time goes into the headers of the standard library, the toolkit and the test
-framework. Sources that are compiled alike are therefore included into one unit, and clang-tidy walks
+framework. Sources that are compiled alike are therefore written into one unit, and clang-tidy walks
 their headers once. Sources of one unit may not define the same name, which is guessed from the text;
-where the guess is wrong and a unit does not compile, its sources are looked at one by one. BUILD holds compile_commands.json. Ends with 1 when anything is found.
+where the guess is wrong and a unit does not compile, it is taken apart. A clang-tidy that dies is
+started once more; one that dies again is a finding. BUILD holds compile_commands.json. Ends with 1
+when anything is found.
 """
 
 import concurrent.futures
@@ -46,7 +48,9 @@ def names_of(path):
     is_own = False
     with open(path, encoding="utf-8") as source:
         for line in source:
-            if line.startswith(("namespace ", "using namespace ")):
+            if re.match(r"namespace \w+ =|using namespace ", line):
+                continue
+            if line.startswith("namespace "):
                 is_own = line.startswith("namespace {")
                 continue
             if line.startswith("}  // namespace"):
@@ -80,22 +84,44 @@ def units_of(build, folders):
 
 
 def write_unit(path, files):
+    """Writes the sources one behind the other: clang's analyzer leaves out what is included. Gives the
+    file and the line that each line of the unit comes from."""
+    origins = []
     with open(path, "w", encoding="utf-8") as unit:
         for name in files:
-            unit.write('#include "%s"  // NOLINT(bugprone-suspicious-include)\n' % name)
+            with open(name, encoding="utf-8") as source:
+                lines = source.read().splitlines()
+            unit.write("".join(line + "\n" for line in lines))
+            origins += [(name, number + 1) for number in range(len(lines))]
+    return origins
 
 
 def tidy(path, flags, files):
-    """One text for each finding. Files that do not compile together are looked at one by one."""
-    write_unit(path, files)
+    """One text for each finding. Files that do not compile together are looked at in halves."""
+    origins = write_unit(path, files)
+    folders = dict.fromkeys(os.path.dirname(name) for name in files)
     command = [CLANG_TIDY, "--quiet", "--config-file=" + os.path.join(ROOT, ".clang-tidy"), path,
-               "--", *flags]
+               "--", *flags, *("-iquote" + folder for folder in folders)]
     run = subprocess.run(command, capture_output=True, text=True, check=False)
+    if has_died(run):
+        print("tidy: clang-tidy died (%d), once more: %s" % (run.returncode, files[0]), flush=True)
+        run = subprocess.run(command, capture_output=True, text=True, check=False)
+    if has_died(run):
+        return ["clang-tidy died (%d) at these files:\n%s\n%s" % (
+            run.returncode, "\n".join(files), (run.stdout + run.stderr).rstrip())]
     if run.returncode == 0:
         return []
     if "[clang-diagnostic-error]" in run.stdout and len(files) > 1:
-        return [found for name in files for found in tidy(path, flags, [name])]
-    return findings(run.stdout + run.stderr)
+        half = len(files) // 2
+        return tidy(path, flags, files[:half]) + tidy(path, flags, files[half:])
+    output = re.sub(re.escape(path) + r":(\d+):",
+                    lambda match: "%s:%d:" % origins[int(match.group(1)) - 1], run.stdout + run.stderr)
+    return findings(output)
+
+
+def has_died(run):
+    """Whether clang-tidy did not come to its end: it ends with 0 (clean) or 1 (anything found)."""
+    return run.returncode not in (0, 1) or "PLEASE submit a bug report" in run.stderr
 
 
 def findings(output):

@@ -304,7 +304,8 @@ class Hand {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::setvbuf(stdout, nullptr, _IOLBF, 0);  // a sanitizer may end the program at its exit
+  // A sanitizer may end the program at its exit.
+  if (std::setvbuf(stdout, nullptr, _IOLBF, 0) != 0) return 2;
   char* end = nullptr;
   const double seconds = argc < 5 ? 0 : std::strtod(argv[2], &end);
   char* end_of_seed = nullptr;

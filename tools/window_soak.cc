@@ -288,7 +288,8 @@ class Hand {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::setvbuf(stdout, nullptr, _IOLBF, 0);  // a sanitizer may end the program at its exit
+  // A sanitizer may end the program at its exit.
+  if (std::setvbuf(stdout, nullptr, _IOLBF, 0) != 0) return 2;
   QApplication application(argc, argv);
   application.setQuitOnLastWindowClosed(false);
   UseDarkPalette(application);

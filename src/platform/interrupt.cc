@@ -59,7 +59,7 @@ bool InterruptWatch::IsRequested() const { return g_requested_at.load() != kNeve
 
 void SurviveFileSizeLimit() {
 #ifdef SIGXFSZ
-  signal(SIGXFSZ, SIG_IGN);
+  SetAction(SIGXFSZ, SIG_IGN);
 #endif
 }
 

@@ -58,7 +58,6 @@ void MemoryWatch::Look(double elapsed) {
   const MemoryUse now = CurrentMemoryUse();
   std::printf("%6.0f s: %.1f MB resident, %.2f MB of heap in use\n", elapsed, now.resident,
               now.in_use);
-  std::fflush(stdout);
   PrintCallers();
   if (elapsed >= warm_up_) looks_.push_back(now);
 }
