@@ -8,6 +8,8 @@
 #               converts the demo songs and measures what is in the files with other programs
 # make fuzz     fuzzes every reader of bytes from outside (MINUTES=5 each)
 # make static   clang-tidy and cppcheck (FOLDERS="src oggenc tools")
+# make coverage runs every test of a build that counts, and prints which share of the lines ran; fails
+#               below LEAST percent of the engine or the core
 # make hostile  opens and converts 200 songs written to break whoever reads them
 # make format   puts the sources into the house style
 # make install  installs to PREFIX (default /usr/local)
@@ -20,9 +22,10 @@ PREFIX  ?= /usr/local
 JOBS    ?= $(shell nproc)
 BANK    := /usr/share/sounds/sf2/FluidR3_GM.sf2
 SMALL_BANK := /usr/share/sounds/sf2/TimGM6mb.sf2
+LEAST   ?= 90
 SOURCES  = $(shell git ls-files '*.cc' '*.h')
 
-.PHONY: run test bench bench-window acceptance fuzz static hostile format install program
+.PHONY: run test bench bench-window acceptance fuzz static coverage hostile format install program
 .DEFAULT_GOAL := run
 
 program:
@@ -69,6 +72,10 @@ hostile: program
 static:
 	@scripts/install.sh build static
 	@JOBS=$(JOBS) scripts/check_static.sh $(BUILD) $(FOLDERS)
+
+coverage:
+	@scripts/install.sh build test coverage
+	@JOBS=$(JOBS) scripts/coverage.sh $(LEAST)
 
 format:
 	@scripts/install.sh style

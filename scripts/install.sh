@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs what is missing of the packages that the named groups need, and only that.
 # usage: scripts/install.sh GROUP...      groups: build run test bench acceptance fuzz pictures style
-#                                       static
+#                                       static coverage
 set -eu
 
 packages_of() {
@@ -15,6 +15,7 @@ packages_of() {
     pictures) echo "xvfb xauth xdotool imagemagick" ;;
     style) echo "clang-format python3" ;;
     static) echo "clang clang-tidy cppcheck python3" ;;
+    coverage) echo "gcovr python3" ;;
     *) echo "install.sh: no group '$1'" >&2; exit 2 ;;
   esac
 }
