@@ -71,8 +71,8 @@ std::vector<Chord> AllChords() {
   const std::string solo = std::string(kLineA) + std::string(kLineD);
   std::vector<Chord> chords =
       ParseChords(turnaround + turnaround + verse + verse + solo + verse + "C6:4 Em7:2 A7:2", 0);
-  for (const Chord& chord : ParseChords(verse + turnaround + turnaround + "C6:8", kVerse4, kLift))
-    chords.push_back(chord);
+  const std::string last = verse + turnaround + turnaround + "C6:8";
+  for (const Chord& chord : ParseChords(last, kVerse4, kLift)) chords.push_back(chord);
   return chords;
 }
 

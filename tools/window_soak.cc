@@ -293,7 +293,11 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   application.setQuitOnLastWindowClosed(false);
   UseDarkPalette(application);
-  if (argc < 5) {
+  char* end = nullptr;
+  const double seconds = argc < 5 ? 0 : std::strtod(argv[2], &end);
+  char* end_of_seed = nullptr;
+  const auto seed = argc < 5 ? 0 : std::strtoul(argv[3], &end_of_seed, 10);
+  if (argc < 5 || *end != '\0' || seconds <= 0 || *end_of_seed != '\0') {
     std::fputs("Usage: window_soak BANK SECONDS SEED SONG...\n", stderr);
     return 2;
   }
@@ -312,8 +316,8 @@ int main(int argc, char** argv) {
     return 1;
   }
   bench.program->ini.WriteIni("Wave", "SaveFolder", bench.folder / "out/");
-  Hand hand(bench, songs, static_cast<unsigned>(std::atoi(argv[3])));
-  const bool is_flat = UseAndWatch(hand, std::atof(argv[2]), kWarmUp);
+  Hand hand(bench, songs, static_cast<unsigned>(seed));
+  const bool is_flat = UseAndWatch(hand, seconds, kWarmUp);
   bench.Quit();
   return is_flat ? 0 : 1;
 }

@@ -63,7 +63,7 @@ struct ConversionBench {
 
   /// Copies a song into a folder of songs and adds it to the list; its path.
   std::string AddSong(const std::string& song, const std::string& name) {
-    const std::string path = folder / name;
+    std::string path = folder / name;
     std::filesystem::copy_file(song, path);
     program->state.playlist.AjouteFichierPlayList(path);
     return path;

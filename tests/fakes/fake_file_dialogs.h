@@ -27,7 +27,7 @@ class FakeFileDialogs : public FileDialogs {
   std::vector<std::string> Answer(const FileQuestion& question) {
     asked.push_back(question);
     if (answers.empty()) return {};
-    const std::vector<std::string> answer = answers.front();
+    std::vector<std::string> answer = answers.front();
     answers.pop_front();
     return answer;
   }
