@@ -284,7 +284,12 @@ class FaultWalk {
 
 TEST(FaultWalkTest, Files) { FaultWalk(Kind::kFile).Walk(false); }
 TEST(FaultWalkTest, FilesFromThereOn) { FaultWalk(Kind::kFile).Walk(true); }
-TEST(FaultWalkTest, Memory) { FaultWalk(Kind::kMemory).Walk(false); }
+TEST(FaultWalkTest, Memory) {
+  if (!SurvivesLackOfMemory() && std::getenv("VEXOLO_FAULT_WALK") == nullptr) {
+    GTEST_SKIP() << "the toolkit ends the program where it finds no memory";
+  }
+  FaultWalk(Kind::kMemory).Walk(false);
+}
 TEST(FaultWalkTest, Processes) { FaultWalk(Kind::kProcess).Walk(false); }
 TEST(FaultWalkTest, ProcessesFromThereOn) { FaultWalk(Kind::kProcess).Walk(true); }
 TEST(FaultWalkTest, Device) { FaultWalk(Kind::kDevice).Walk(false); }

@@ -57,6 +57,9 @@ bool Await(const Outcome& outcome, const std::function<bool()>& comes,
 /// Runs of one test, unless more are asked for: as many as do not take long.
 std::size_t SampleSize();
 
+/// No, where the toolkit takes part: it ends the program, wherever it finds no memory.
+bool SurvivesLackOfMemory();
+
 /// One run. Ends in any case; what does not come about within some seconds is given up.
 Outcome RunProgram(const Place& place);
 

@@ -245,6 +245,8 @@ class WindowRun {
 
 }  // namespace
 
+bool SurvivesLackOfMemory() { return false; }
+
 std::size_t SampleSize() { return 6; }
 
 Outcome RunProgram(const Place& place) {
