@@ -52,6 +52,7 @@ class TagsTest : public ::testing::Test {
     dialog_->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog_.get()));
     dialog_->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(dialog_.get()));
   }
   template <typename Control>
   Control* Find(const char* name) const {
