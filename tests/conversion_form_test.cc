@@ -238,6 +238,12 @@ TEST_F(ConversionFormTest, WhatAKilledRunHadBorrowedIsForgottenByTheNextDialog) 
   EXPECT_THAT(next.boxes.comment, StartsWith("Converti de b.mid le "));
 }
 
+TEST_F(ConversionFormTest, AProgramThatEndsWithoutARunLeavesThatToTheNextDialog) {
+  Open().Confirm(false, message_boxes_);
+  ForgetBorrowedTags(ini_, {});
+  EXPECT_EQ(Open({"Autre", "Chant", "/songs/b.mid"}).boxes.artist, "Autre");
+}
+
 TEST_F(ConversionFormTest, WhatIsTypedAfterAKilledRunStays) {
   Open().Confirm(false, message_boxes_);
   ConversionForm form = Open();

@@ -82,6 +82,7 @@ OutputBase BaseOf(const ConversionSettings& settings, const std::string& song_pa
 }  // namespace
 
 void ForgetBorrowedTags(ModIni& ini, const BorrowedTags& borrowed) {
+  if (borrowed == BorrowedTags()) return;  // what a killed run has left is the next dialog's
   const IniGroup group(ini);
   for (const PrefilledTag& tag : kPrefilledTags) {
     const std::optional<std::string>& value = borrowed.*tag.borrowed;
